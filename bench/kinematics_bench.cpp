@@ -1,0 +1,95 @@
+// Cost of the platform kinematics that a six-actuator frame runs.
+#include <benchmark/benchmark.h>
+
+#include <vector>
+
+#include "motion/platform_geometry.h"
+#include "motion/stewart_platform.h"
+
+namespace {
+
+using Pose = StewartPlatform::Pose;
+
+const StewartPlatform& LargePlatform()
+{
+    static const StewartPlatform platform = ZEPTASDK::MakePlatformForKind(6);
+    return platform;
+}
+
+const Pose kReachable{40, -30, 20, 3, -4, 5};
+
+std::vector<double> ValuesOf(const Pose& pose)
+{
+    StewartPlatform raw = LargePlatform();
+    raw.limitsEnabled = false;
+    raw.softLimitEnabled = false;
+    return raw.GetActuatorLengthsSafe(pose, StewartPlatform::Base).values;
+}
+
+void BM_SafeLengthsReachable(benchmark::State& state)
+{
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(LargePlatform().GetActuatorLengthsSafe(kReachable, StewartPlatform::Base));
+    }
+}
+BENCHMARK(BM_SafeLengthsReachable);
+
+// Ten times the stroke: the full 16-step bisection.
+void BM_SafeLengthsUnreachable(benchmark::State& state)
+{
+    const Pose far{0, 0, 5000, 0, 0, 0};
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(LargePlatform().GetActuatorLengthsSafe(far, StewartPlatform::Base));
+    }
+}
+BENCHMARK(BM_SafeLengthsUnreachable);
+
+void BM_ForwardKinematicsFromZero(benchmark::State& state)
+{
+    StewartPlatform raw = LargePlatform();
+    raw.softLimitEnabled = false;
+    const std::vector<double> lengths = raw.GetActuatorLengthsSafe(kReachable, StewartPlatform::Base).lengths;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            LargePlatform().ForwardKinematics(lengths, Pose{}, StewartPlatform::Base, 40, 0.0001));
+    }
+}
+BENCHMARK(BM_ForwardKinematicsFromZero);
+
+void BM_ManualLimitWithin(benchmark::State& state)
+{
+    const std::vector<double> values = ValuesOf(kReachable);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            LargePlatform().ApplyManualAngleLimit(values, Pose{}, StewartPlatform::Base));
+    }
+}
+BENCHMARK(BM_ManualLimitWithin);
+
+// Values inside the stroke that bend a joint too far: every step of the
+// pull-back runs a forward solve.
+void BM_ManualLimitFullBisection(benchmark::State& state)
+{
+    const std::vector<double> bent{0.2739, 0.0100, 0.2199, 0.0320, 0.9349, 0.7821};
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            LargePlatform().ApplyManualAngleLimit(bent, Pose{}, StewartPlatform::Base));
+    }
+}
+BENCHMARK(BM_ManualLimitFullBisection);
+
+// The slowest case a random search over values and guesses found: values
+// partly beyond the stroke and a poor starting pose, so the forward solves of
+// the pull-back run long before they converge or fail.
+void BM_ManualLimitSlowestFound(benchmark::State& state)
+{
+    const std::vector<double> values{1.2020, 1.2714, 1.2523, 1.2782, -0.1260, 0.5038};
+    const Pose guess{-182.2, 160.1, -162.8, 25.3, 26.1, -24.2};
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            LargePlatform().ApplyManualAngleLimit(values, guess, StewartPlatform::Base));
+    }
+}
+BENCHMARK(BM_ManualLimitSlowestFound);
+
+}  // namespace

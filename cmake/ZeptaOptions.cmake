@@ -1,0 +1,15 @@
+# Compiler flags shared by the library, the tools and the tests.
+add_library(zepta_build_flags INTERFACE)
+target_compile_options(zepta_build_flags INTERFACE -Wall -Wextra)
+
+if(ZEPTA_SANITIZE STREQUAL "address")
+  set(_zepta_san -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+elseif(ZEPTA_SANITIZE STREQUAL "thread")
+  set(_zepta_san -fsanitize=thread -fno-omit-frame-pointer)
+elseif(NOT ZEPTA_SANITIZE STREQUAL "")
+  message(FATAL_ERROR "ZEPTA_SANITIZE must be empty, 'address' or 'thread'")
+endif()
+if(_zepta_san)
+  target_compile_options(zepta_build_flags INTERFACE ${_zepta_san})
+  target_link_options(zepta_build_flags INTERFACE ${_zepta_san})
+endif()

@@ -1,0 +1,146 @@
+#include "io/serial_port.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <mutex>
+
+#include "io/text_conversion.h"
+#include "log/log_messages.h"
+#include "usb/messages.h"
+#include "zepta/Debug.hpp"
+
+namespace ZEPTASDK {
+namespace IO {
+
+namespace {
+
+constexpr int kInitialTimeoutMs = 500;
+constexpr int kMsPerVtimeUnit = 100;
+constexpr char kLineFeed = '\n';
+constexpr char kCarriageReturn = '\r';
+const std::string kCommandTerminator = ";";
+
+// Paths of the ports this process holds (or is opening right now), so that
+// two sessions never share one device. Sessions build ports on their own
+// update threads, hence the lock.
+std::mutex s_openPortNamesMutex;
+std::vector<std::wstring> s_openPortNames;  // guarded by s_openPortNamesMutex
+
+// Raw bytes both ways, 115200 baud, 8 data bits, 1 stop bit, no parity, no
+// flow control, modem lines ignored; a read returns after one byte or after
+// vtime tenths of a second of silence.
+void MakeRawLine(termios& t, cc_t vtime)
+{
+    cfmakeraw(&t);
+    cfsetispeed(&t, B115200);
+    cfsetospeed(&t, B115200);
+    t.c_cc[VMIN] = 0;
+    t.c_iflag &= ~static_cast<tcflag_t>(IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IXON);
+    t.c_oflag &= ~static_cast<tcflag_t>(OPOST);
+    t.c_cflag &= ~static_cast<tcflag_t>(CSIZE | CSTOPB | PARENB | CRTSCTS);
+    t.c_cflag |= CS8 | CREAD | CLOCAL;
+    t.c_lflag &= ~static_cast<tcflag_t>(ISIG | ICANON | ECHO | ECHONL | IEXTEN);
+    t.c_cc[VTIME] = vtime;
+}
+
+// Removes the first carriage return and then the first line feed, one each.
+void TrimLineEnd(std::string& line)
+{
+    for (char end : {kCarriageReturn, kLineFeed}) {
+        const std::size_t at = line.find(end);
+        if (at != std::string::npos) line.erase(at, 1);
+    }
+}
+
+}  // namespace
+
+SerialPort::SerialPort(std::wstring name, bool logError) : enabled(false), fd(-1)
+{
+    if (!Register(name)) return;
+    const std::string path = WideToUtf8(name);
+    fd = open(path.c_str(), O_RDWR | O_NOCTTY);
+    if (fd < 0) {
+        Unregister();
+        if (logError) Debug::Log(Message::Log::ComUsedLinux(path));
+        return;
+    }
+    // Other processes get EBUSY from now on; within this process the list of
+    // open names does the same job.
+    ioctl(fd, TIOCEXCL);
+    portName = name;
+    SetBaudRate();
+    SetTimeout(kInitialTimeoutMs);
+    ClearBuffer();
+    enabled = true;
+}
+
+SerialPort::~SerialPort()
+{
+    if (fd >= 0) {
+        close(fd);
+        Unregister();
+    }
+}
+
+bool SerialPort::Register(const std::wstring& name)
+{
+    std::lock_guard<std::mutex> lock(s_openPortNamesMutex);
+    if (std::find(s_openPortNames.begin(), s_openPortNames.end(), name) != s_openPortNames.end()) return false;
+    s_openPortNames.push_back(name);
+    portName = name;
+    return true;
+}
+
+void SerialPort::Unregister()
+{
+    {
+        std::lock_guard<std::mutex> lock(s_openPortNamesMutex);
+        s_openPortNames.erase(std::remove(s_openPortNames.begin(), s_openPortNames.end(), portName),
+                              s_openPortNames.end());
+    }
+    portName.clear();
+}
+
+bool SerialPort::IsEnable() const { return enabled; }
+
+ssize_t SerialPort::Write(std::string data) { return write(fd, data.data(), data.size()); }
+
+// Reads one byte per call so that we never consume the next reply line.
+std::string SerialPort::Read()
+{
+    std::string line;
+    for (;;) {
+        char byte = 0;
+        const ssize_t count = read(fd, &byte, 1);
+        line.push_back(byte);
+        if (byte == kLineFeed) break;
+        if (count < 1) return Message::TimeOut;
+        if (line.size() >= kMaxLineLength) return line;
+    }
+    TrimLineEnd(line);
+    return line;
+}
+
+void SerialPort::ClearBuffer()
+{
+    tcflush(fd, TCIOFLUSH);
+    Write(kCommandTerminator);
+}
+
+void SerialPort::SetBaudRate() {}
+
+int SerialPort::SetTimeout(int milliseconds)
+{
+    termios t{};
+    tcgetattr(fd, &t);
+    // The control character is one byte wide: only the low 8 bits count.
+    MakeRawLine(t, static_cast<cc_t>(milliseconds / kMsPerVtimeUnit));
+    return tcsetattr(fd, TCSANOW, &t);
+}
+
+}  // namespace IO
+}  // namespace ZEPTASDK

@@ -1,0 +1,148 @@
+// Kinematics of a six-actuator platform (hexapod): six joints on a fixed
+// base, six on the moving platform, one linear actuator between each pair.
+// Lengths are millimetres; angles in the interface are degrees.
+#ifndef ZEPTA_MOTION_STEWART_PLATFORM_H
+#define ZEPTA_MOTION_STEWART_PLATFORM_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "zepta/export.h"
+
+class ZEPTA_API StewartPlatform {
+public:
+    static constexpr std::size_t kActuators = 6;
+    static constexpr std::size_t kPoseComponents = 6;
+
+    using Vec3 = std::array<double, 3>;
+    using Transform = std::array<std::array<double, 4>, 4>;
+
+    struct Pose {
+        double x = 0.0;  // translation, mm
+        double y = 0.0;
+        double z = 0.0;
+        double roll = 0.0;  // rotation, degrees
+        double pitch = 0.0;
+        double yaw = 0.0;
+    };
+
+    enum CoordinateSystem : std::int32_t {
+        Base = 0,      // translation in the fixed base frame
+        Platform = 1,  // translation in the rotated platform frame, about pivotOffset
+    };
+
+    struct SafeResult {
+        std::vector<double> values;   // normalised actuator values, 0..1
+        std::vector<double> lengths;  // mm, after the soft limit
+        std::vector<double> pose;     // x, y, z, roll, pitch, yaw actually used
+        double scale = 1.0;           // fraction of the request that was kept
+        double maxAngle = 0.0;        // largest joint angle found, degrees
+        bool limited = false;         // scaled back or softened
+        bool angleLimited = false;    // the request bent a joint past its limit
+        bool withinStroke = false;    // every final length within the stroke
+    };
+
+    struct ForwardResult {
+        Pose pose;
+        bool converged = false;
+        std::int32_t iterations = 0;  // accepted Newton steps
+        double residual = 0.0;        // mm
+    };
+
+    // Throws std::invalid_argument when either angle list does not hold six values.
+    StewartPlatform(double baseDiameter, double platformDiameter, double homeHeight,
+                    double minLength, double maxLength, const std::vector<double>& base_angles,
+                    const std::vector<double>& top_angles);
+
+    Transform buildTransform(const Pose& pose, CoordinateSystem system) const;
+
+    // Six normalised values that keep every actuator within its stroke and every
+    // joint within its angle: an unreachable pose is scaled towards the zero pose.
+    SafeResult GetActuatorLengthsSafe(const Pose& pose, CoordinateSystem system) const;
+
+    // Damped Newton search for the pose that produces the six target lengths.
+    ForwardResult ForwardKinematics(const std::vector<double>& targetLengths,
+                                    const Pose& initialGuess, CoordinateSystem system,
+                                    int maxIterations, double tolerance) const;
+
+    // Checks six application-written actuator values and, when they bend a joint
+    // too far, pulls them back towards the rest position just far enough.
+    SafeResult ApplyManualAngleLimit(const std::vector<double>& axisValues, const Pose& guess,
+                                     CoordinateSystem system) const;
+
+    double minLength;
+    double maxLength;
+    std::array<Vec3, kActuators> baseAnchors;
+    std::array<Vec3, kActuators> platformAnchors;  // platform frame, z = 0
+    double homeHeight;
+    std::array<double, kActuators> homeLengths;
+    std::array<Vec3, kActuators> homeDirections;
+    Vec3 pivotOffset{0.0, 0.0, 0.0};
+    bool limitsEnabled = true;
+    double softMargin = 8.0;
+    bool rangeCheckEnabled = true;
+    bool softLimitEnabled = true;
+    std::int32_t bisectionSteps = 16;
+    bool angleCheckEnabled = true;
+    double maxJointAngle = 30.0;
+    double jointAngleMargin = 2.0;
+
+private:
+    using Lengths = std::array<double, kActuators>;
+    using AxisValues = std::array<double, kActuators>;  // normalised, 0..1 within the stroke
+    using PoseVector = std::array<double, kPoseComponents>;
+
+    struct LegState {
+        Lengths lengths;
+        double maxAngle;
+    };
+
+    struct ChosenPose {
+        Pose pose;
+        LegState legs;
+    };
+
+    Lengths LengthsOf(const Pose& pose, CoordinateSystem system) const;
+    LegState LegStateOf(const Pose& pose, CoordinateSystem system) const;
+    double AngleLimit() const;
+    bool BendsTooFar(double angle) const;
+    bool InStroke(const Lengths& lengths) const;
+    bool IsAcceptable(const LegState& legs) const;
+    double LargestAcceptableFraction(const Pose& pose, CoordinateSystem system) const;
+    ChosenPose ChoosePose(const Pose& pose, CoordinateSystem system, SafeResult* result) const;
+    double ApplySoftLimit(double length) const;
+    void FillStrokeLengths(const Lengths& raw, SafeResult* result) const;
+    double Normalise(double length) const;
+    double ToLength(double value) const;
+
+    struct NewtonState {
+        PoseVector pose;
+        Lengths differences;  // lengths of pose minus target lengths
+        double residual;      // Euclidean norm of differences
+    };
+    ForwardResult SolveForward(const Lengths& target, const Pose& guess, CoordinateSystem system,
+                               int maxIterations, double tolerance) const;
+    NewtonState Evaluate(const PoseVector& pose, const Lengths& target,
+                         CoordinateSystem system) const;
+    bool SolveNewtonStep(const NewtonState& state, CoordinateSystem system,
+                         PoseVector* step) const;
+    bool LineSearch(const PoseVector& direction, const Lengths& target, CoordinateSystem system,
+                    NewtonState* state) const;
+
+    struct ManualTrial {
+        bool accepted;  // converged and within the joint limit
+        Pose pose;
+        double maxAngle;
+    };
+    AxisValues RestValues() const;
+    ManualTrial TryManualValues(const AxisValues& values, const Pose& guess,
+                                CoordinateSystem system) const;
+    double PullBackFraction(const AxisValues& input, const Pose& guess, CoordinateSystem system,
+                            ManualTrial* kept) const;
+    void FillManualResult(const AxisValues& values, const ManualTrial& trial,
+                          SafeResult* result) const;
+};
+
+#endif

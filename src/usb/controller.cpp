@@ -1,0 +1,173 @@
+// The connection handshake: USB check, family identification, version,
+// calibration and serial number.
+#include "usb/controller.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "log/log_messages.h"
+#include "usb/messages.h"
+#include "zepta/Debug.hpp"
+
+namespace ZEPTASDK {
+
+namespace {
+
+const std::string kInitialSpeedCommand = "aXXXXXXXX;";
+const std::string kDeviceFoundPrefix = "USB device found: ";
+// Axis sets: bit n stands for axis n + 1.
+constexpr uint32_t kFourAxes = 15;
+constexpr uint32_t kSixAxes = 63;
+constexpr uint32_t kTwoAxes = 3;
+// Before identification the device counts as the four-axis family.
+constexpr int32_t kDefaultModel = 2;
+constexpr uint32_t kDefaultAxisMask = kFourAxes;
+constexpr int kMaxCalibrationRuns = 3;
+// Longest serial number we accept; the session hands it to applications in a
+// 64-byte buffer.
+constexpr std::size_t kMaxSerialNumberLength = 32;
+
+struct Family {
+    const std::string& identity;
+    int32_t model;
+    uint32_t axisMask;
+};
+
+// Compared in this order, each identity as a whole line.
+const Family* FamilyOf(const std::string& identity)
+{
+    static const Family kFamilies[] = {
+        {Message::KORVE4DOF_Enable, kDefaultModel, kFourAxes},
+        {Message::KORVE6DOF_Enable, 3, kSixAxes},
+        {Message::KORVE2DOF_Enable, 1, kTwoAxes},
+        {Message::NEBULO2_Enable, 100, kTwoAxes},
+        {Message::TRAXEL_Enable, 103, kTwoAxes},
+        {Message::PLIX_Enable, 104, kTwoAxes},
+    };
+    for (const Family& family : kFamilies) {
+        if (family.identity == identity) return &family;
+    }
+    return nullptr;
+}
+
+bool IsProtocolLine(const std::string& line)
+{
+    static const std::string* const kReplies[] = {
+        &Message::TimeOut,          &Message::UsbEnable,     &Message::UsbDisable,
+        &Message::CalibrationStart, &Message::CalibrationError, &Message::CalibrationEnd,
+        &Message::CircuitError,     &Message::KorveLocked,   &Message::KorveUnlocked,
+        &Message::OnPushButton,     &Message::EnableLock,    &Message::DisableLock,
+    };
+    for (const std::string* reply : kReplies) {
+        if (line == *reply) return true;
+    }
+    return line.compare(0, Message::StatusPrefix.size(), Message::StatusPrefix) == 0 ||
+           line.find(Message::DeviceSuffix) != std::string::npos;
+}
+
+// A serial number is a short run of visible ASCII characters that is none of
+// the protocol's own lines (a device that ignores the request may still send
+// a status or lock line at that moment).
+bool IsPlausibleSerialNumber(const std::string& line)
+{
+    const bool visible = std::all_of(line.begin(), line.end(),
+                                     [](unsigned char c) { return c < 0x80 && std::isgraph(c); });
+    return !line.empty() && line.size() <= kMaxSerialNumberLength && visible && !IsProtocolLine(line);
+}
+
+}  // namespace
+
+Controller::Controller(std::weak_ptr<Bridge> weakBridge, std::string name)
+    : bridge(std::move(weakBridge)),
+      state(kStateInitial),
+      lastSpeedCommand(kInitialSpeedCommand),
+      model(0),
+      logName(std::move(name)),
+      statusCode(0),
+      axisMask(kDefaultAxisMask),
+      mismatchCount(0)
+{
+    const std::shared_ptr<Bridge> link = bridge.lock();
+    if (!link) return;
+    link->Write(Message::FindUsb);
+    if (link->Read() == Message::UsbDisable) {
+        state = kStateNoUsbDevice;
+        Log(Message::Log::NotFoundSerialPort);
+        return;
+    }
+    if (!IdentifyFamily(*link)) return;
+    Log(Message::Log::SuccessConnect);
+    LogVersion(*link);
+    if (!CalibrateWithRetries()) return;
+    ReadSerialNumber(*link);
+    Log(kDeviceFoundPrefix + serialNumber);
+    state = kStateRunning;
+}
+
+Controller::~Controller() = default;
+
+// A portless bridge answers "usb;" with "" and has no identity, so it ends
+// here in state 1 rather than 0.
+bool Controller::IdentifyFamily(Bridge& link)
+{
+    axisMask = kDefaultAxisMask;
+    model = kDefaultModel;
+    const Family* family = FamilyOf(link.MotionSimGUID());
+    if (family == nullptr) {
+        state = kStateUnknownDevice;
+        model = 0;
+        Log(Message::Log::FailConnect);
+        link.portDisable();
+        return false;
+    }
+    model = family->model;
+    axisMask = family->axisMask;
+    return true;
+}
+
+// A device that does not report its version is not an error.
+void Controller::LogVersion(Bridge& link)
+{
+    link.Write(Message::GetDeviceVersion);
+    const std::string version = link.Read();
+    if (version != Message::TimeOut) Log(version);
+}
+
+// Repeats only while the device asks for a repeat; a third request for a
+// repeat counts as a failure.
+bool Controller::CalibrateWithRetries()
+{
+    for (int run = 0; run < kMaxCalibrationRuns; ++run) {
+        Calibration();
+        if (state != kStateCalibrationRepeat) break;
+    }
+    if (state == kStateCalibrationRepeat) state = kStateCalibrationFailed;
+    return state != kStateCalibrationFailed && state != kStateCalibrationTimedOut;
+}
+
+// The device answers "s;" with its serial number as a line of its own. The
+// request costs at most one command time-out; an implausible answer or
+// silence leaves the number empty and the handshake goes on.
+void Controller::ReadSerialNumber(Bridge& link)
+{
+    link.Write(Message::GetSerialNumber);
+    const std::string reply = link.Read();
+    if (IsPlausibleSerialNumber(reply)) serialNumber = reply;
+}
+
+void Controller::SendCommand(std::string command)
+{
+    if (const std::shared_ptr<Bridge> link = bridge.lock()) link->Write(command);
+}
+
+int Controller::GetState() const { return state; }
+
+int Controller::GetZEPTA() const { return model; }
+
+int16_t Controller::GetStatusCode() const { return statusCode; }
+
+std::string Controller::GetZEPTASerialNumber() const { return serialNumber; }
+
+void Controller::Log(const std::string& text) const { Debug::Log(logName, text); }
+
+}  // namespace ZEPTASDK

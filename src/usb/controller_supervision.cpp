@@ -1,0 +1,146 @@
+// Calibration and the supervision of the device's replies to commands.
+#include <cstdlib>
+
+#include "log/log_messages.h"
+#include "usb/controller.h"
+#include "usb/messages.h"
+
+namespace ZEPTASDK {
+
+namespace {
+
+const std::string kLockedPrefix = "LOCKED - ";
+constexpr std::size_t kAxisSetDigits = 2;
+constexpr std::size_t kStatusCodeDigits = 4;
+constexpr int kDecimal = 10;
+// Mismatching axis sets tolerated in a row before the actuators count as stopped.
+constexpr int32_t kMaxAxisMismatches = 3;
+
+// A field that is missing or not a number reads as 0.
+long DecimalField(const std::string& line, std::size_t at, std::size_t digits)
+{
+    if (at >= line.size()) return 0;
+    const std::string field = line.substr(at, digits);
+    return std::strtol(field.c_str(), nullptr, kDecimal);
+}
+
+bool StartsWith(const std::string& line, const std::string& prefix)
+{
+    return line.compare(0, prefix.size(), prefix) == 0;
+}
+
+}  // namespace
+
+void Controller::Calibration()
+{
+    state = kStateCalibrating;
+    const std::shared_ptr<Bridge> link = bridge.lock();
+    if (!link) return;
+    Log(Message::Log::PrepareCalibration);
+    link->Write(Message::Calibration);
+    ClassifyCalibrationStart(link->Read(), *link);
+}
+
+// The device first acknowledges "c;"; only then is the return to origin worth
+// the long wait.
+void Controller::ClassifyCalibrationStart(const std::string& reply, Bridge& link)
+{
+    if (reply == Message::CalibrationStart) {
+        Log(Message::Log::StartCalibration);
+        link.Write(Message::CalibrationWait);
+        ClassifyCalibrationEnd(link.Read());
+    } else if (reply == Message::CircuitError) {
+        Log(Message::Log::RetryCalibration);
+        state = kStateCalibrationRepeat;
+    } else if (reply == Message::KorveLocked) {
+        Log(kLockedPrefix + Message::Log::FailCalibration);
+        state = kStateCalibrationFailed;
+    } else if (reply == Message::TimeOut) {
+        Log(Message::Log::TimeOut);
+        state = kStateCalibrationTimedOut;
+    } else {
+        Log(Message::Log::FailCalibration);
+        state = kStateCalibrationFailed;
+    }
+}
+
+// Silence during the return to origin is a failed calibration, not a time-out:
+// the time-out state is kept for a device that does not even acknowledge "c;".
+void Controller::ClassifyCalibrationEnd(const std::string& reply)
+{
+    if (reply == Message::CalibrationEnd) {
+        Log(Message::Log::MachineIsReady);
+    } else if (reply == Message::CalibrationError || reply == Message::CircuitError) {
+        Log(Message::Log::RetryCalibration);
+        state = kStateCalibrationRepeat;
+    } else {
+        Log(Message::Log::FailCalibration);
+        state = kStateCalibrationFailed;
+    }
+}
+
+// Button presses and lock acknowledgements may precede the answer proper.
+// A circuit error while running does not stop the device; only calibration
+// treats it as a start-up error.
+bool Controller::WaitZEPTA()
+{
+    while (const std::shared_ptr<Bridge> link = bridge.lock()) {
+        const std::string line = link->Read();
+        if (line == Message::TimeOut) {
+            Log(line);
+            return LoseLink(link.get());
+        }
+        if (line == Message::OnPushButton) continue;
+        if (line == Message::EnableLock || line == Message::DisableLock) {
+            Log(line);
+            state = kStateRunning;
+            continue;
+        }
+        if (line == Message::KorveUnlocked || line == Message::CircuitError) {
+            Log(line);
+            state = kStateRunning;
+            mismatchCount = 0;
+            return true;
+        }
+        if (StartsWith(line, Message::StatusPrefix)) return ApplyStatusLine(line, *link);
+        if (line == Message::KorveLocked) {
+            state = kStateStopped;
+            return true;
+        }
+        Log(Message::Log::DisConnect);
+        return LoseLink(link.get());
+    }
+    Log(Message::TimeOut);
+    return LoseLink(nullptr);
+}
+
+bool Controller::ApplyStatusLine(const std::string& line, Bridge& link)
+{
+    const long axisSet = DecimalField(line, Message::StatusPrefix.size(), kAxisSetDigits);
+    const std::size_t marker = line.find(Message::StatusCodeMarker);
+    if (marker != std::string::npos) {
+        statusCode = static_cast<int16_t>(
+            DecimalField(line, marker + Message::StatusCodeMarker.size(), kStatusCodeDigits));
+    }
+    if (axisSet == 0) return LoseLink(&link);
+    if (axisSet == static_cast<long>(axisMask)) {
+        mismatchCount = 0;
+        state = kStateRunning;
+    } else {
+        // Counting stops past the limit so that a long run cannot overflow.
+        if (mismatchCount <= kMaxAxisMismatches) ++mismatchCount;
+        state = mismatchCount <= kMaxAxisMismatches ? kStateRunning : kStateStopped;
+    }
+    return true;
+}
+
+// The actuators are considered shut down; the session must build a new
+// bridge and controller.
+bool Controller::LoseLink(Bridge* link)
+{
+    state = kStateShutDown;
+    if (link != nullptr) link->portDisable();
+    return false;
+}
+
+}  // namespace ZEPTASDK

@@ -1,0 +1,395 @@
+#include "usb_emulator/usb_device_emulator.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+
+#include "usb/messages.h"
+
+namespace zepta_tools {
+
+namespace Message = ZEPTASDK::Message;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+const std::string kDefaultVersion = "FW 1.00";
+const std::string kDefaultSerialNumber = "EMU00001";
+const std::string kLineEnd = "\r\n";
+constexpr int kFourAxes = 15;
+constexpr int kSixAxes = 63;
+constexpr int kTwoAxes = 3;
+// A device buffers only so much of a command that never ends.
+constexpr std::size_t kMaxCommandLength = 4096;
+constexpr std::size_t kReadChunk = 256;
+
+int FamilyAxisSet(const std::string& identity)
+{
+    if (identity == Message::KORVE4DOF_Enable) return kFourAxes;
+    if (identity == Message::KORVE6DOF_Enable) return kSixAxes;
+    return kTwoAxes;
+}
+
+bool StartsWith(const std::string& text, const std::string& prefix)
+{
+    return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+// Position, 12-bit position and every speed command ("a", "aFF", "as").
+bool IsMotionCommand(const std::string& text)
+{
+    return StartsWith(text, Message::PositionCommand) || StartsWith(text, Message::Position12Command) ||
+           StartsWith(text, Message::SpeedAccelCommand);
+}
+
+void SetNonBlocking(int fd)
+{
+    const int flags = fcntl(fd, F_GETFL);
+    fcntl(fd, F_SETFL, flags | O_NONBLOCK);
+}
+
+}  // namespace
+
+UsbDeviceEmulator::UsbDeviceEmulator(std::string devicePath)
+    : devicePath_(std::move(devicePath)),
+      pty_(std::make_unique<PseudoTerminal>(devicePath_)),
+      identity_(Message::KORVE4DOF_Enable),
+      version_(kDefaultVersion),
+      serialNumber_(kDefaultSerialNumber)
+{
+    int fds[2];
+    if (pipe2(fds, O_CLOEXEC | O_NONBLOCK) != 0) throw std::runtime_error(std::string("pipe2: ") + std::strerror(errno));
+    wakeRead_ = fds[0];
+    wakeWrite_ = fds[1];
+    // Replies are written without blocking, so that a library that stops
+    // reading can never wedge the device thread.
+    SetNonBlocking(pty_->MasterFd());
+    thread_ = std::thread(&UsbDeviceEmulator::Run, this);
+}
+
+UsbDeviceEmulator::~UsbDeviceEmulator()
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        stopRequested_ = true;
+    }
+    Wake();
+    thread_.join();
+    close(wakeRead_);
+    close(wakeWrite_);
+}
+
+void UsbDeviceEmulator::SetIdentity(std::string line)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    identity_ = std::move(line);
+}
+
+void UsbDeviceEmulator::SetVersion(std::string line)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    version_ = std::move(line);
+}
+
+void UsbDeviceEmulator::SetSerialNumber(std::string line)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    serialNumber_ = std::move(line);
+}
+
+void UsbDeviceEmulator::SetCalibrationDelay(std::chrono::milliseconds delay)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    calibrationDelay_ = delay;
+}
+
+void UsbDeviceEmulator::SetAxisSet(std::optional<int> axisSet)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    axisSet_ = axisSet;
+}
+
+void UsbDeviceEmulator::SetStatusCode(int code)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    statusCode_ = code;
+}
+
+void UsbDeviceEmulator::SetWireModel(std::chrono::nanoseconds perByte, std::chrono::nanoseconds turnaround)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    byteTime_ = perByte;
+    turnaround_ = turnaround;
+}
+
+void UsbDeviceEmulator::SilenceAfter(std::size_t commands)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    answersLeft_ = commands;
+}
+
+void UsbDeviceEmulator::SetCalibrationFault(CalibrationFault fault, bool always)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    calibrationFault_ = fault;
+    calibrationFaultAlways_ = always;
+}
+
+void UsbDeviceEmulator::SetLocked(bool locked)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    locked_ = locked;
+}
+
+void UsbDeviceEmulator::InjectBeforeNextStatus(std::string line)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    injectedLines_.push_back(std::move(line));
+}
+
+void UsbDeviceEmulator::ReplaceNextStatus(std::string bytes)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    statusReplacements_.push_back(std::move(bytes));
+}
+
+// From the device thread (an observer) this only asks for the close, which
+// happens before the next command is read.
+void UsbDeviceEmulator::Disconnect()
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    disconnectRequested_ = true;
+    lock.unlock();
+    Wake();
+    if (std::this_thread::get_id() == thread_.get_id()) return;
+    lock.lock();
+    changed_.wait(lock, [this] { return disconnected_; });
+}
+
+std::vector<ReceivedCommand> UsbDeviceEmulator::Received() const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return received_;
+}
+
+bool UsbDeviceEmulator::WaitFor(Condition condition, std::chrono::milliseconds timeout) const
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, timeout, [&] { return condition(received_); });
+}
+
+void UsbDeviceEmulator::ClearReceived()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    received_.clear();
+}
+
+void UsbDeviceEmulator::SetObserver(Observer observer)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    observer_ = std::move(observer);
+}
+
+void UsbDeviceEmulator::Run()
+{
+    for (;;) {
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            if (stopRequested_) return;
+            if (disconnectRequested_) break;
+        }
+        if (!WaitForEvents()) continue;
+        char bytes[kReadChunk];
+        const ssize_t count = read(pty_->MasterFd(), bytes, sizeof bytes);
+        if (count > 0) HandleInput(bytes, static_cast<std::size_t>(count));
+        WriteDueReplies();
+    }
+    CloseDevice();
+}
+
+// Sleeps until input arrives, a reply falls due, the master can take more
+// bytes, or a method wakes us. False when only the wake-up fired.
+bool UsbDeviceEmulator::WaitForEvents()
+{
+    pollfd fds[2] = {{wakeRead_, POLLIN, 0}, {pty_->MasterFd(), static_cast<short>(POLLIN | (writeBlocked_ ? POLLOUT : 0)), 0}};
+    timespec timeout{};
+    timespec* timeoutPtr = nullptr;
+    if (!outgoing_.empty() && !writeBlocked_) {
+        const auto wait = std::max(Clock::duration::zero(), outgoing_.front().due - Clock::now());
+        const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(wait).count();
+        timeout.tv_sec = static_cast<time_t>(ns / 1000000000);
+        timeout.tv_nsec = static_cast<long>(ns % 1000000000);
+        timeoutPtr = &timeout;
+    }
+    ppoll(fds, 2, timeoutPtr, nullptr);
+    if (fds[0].revents & POLLIN) {
+        char drain[64];
+        while (read(wakeRead_, drain, sizeof drain) > 0) {
+        }
+    }
+    return fds[1].revents != 0 || timeoutPtr != nullptr;
+}
+
+void UsbDeviceEmulator::HandleInput(const char* bytes, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        partialCommand_.push_back(bytes[i]);
+        if (partialCommand_.back() == Message::CommandEnd.front()) {
+            HandleCommand(partialCommand_);
+            partialCommand_.clear();
+        } else if (partialCommand_.size() >= kMaxCommandLength) {
+            partialCommand_.clear();
+        }
+    }
+}
+
+void UsbDeviceEmulator::HandleCommand(const std::string& text)
+{
+    const ReceivedCommand command{text, Clock::now()};
+    Answer answer;
+    Observer observer;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        received_.push_back(command);
+        answer = AnswerTo(text, command.at);
+        observer = observer_;
+    }
+    changed_.notify_all();
+    outgoing_.insert(outgoing_.end(), answer.replies.begin(), answer.replies.end());
+    if (observer) observer(command, answer.lines);
+}
+
+// Called with mutex_ held. `at` is when the command's last byte arrived.
+UsbDeviceEmulator::Answer UsbDeviceEmulator::AnswerTo(const std::string& text, Clock::time_point at)
+{
+    Answer answer;
+    if (text == Message::CommandEnd || !TakeAnswerBudget()) return answer;
+    const Clock::time_point start = at + byteTime_ * static_cast<long>(text.size()) + turnaround_;
+    if (text == Message::Connect) {
+        AddLine(answer, identity_, start);
+    } else if (text == Message::GetDeviceVersion) {
+        AddLine(answer, version_, start);
+    } else if (text == Message::GetSerialNumber) {
+        if (!serialNumber_.empty()) AddLine(answer, serialNumber_, start);
+    } else if (text == Message::Calibration) {
+        AnswerCalibration(answer, start);
+    } else if (text == Message::ShowState || IsMotionCommand(text)) {
+        AnswerStatus(answer, start);
+    }
+    return answer;
+}
+
+void UsbDeviceEmulator::AnswerCalibration(Answer& answer, Clock::time_point start)
+{
+    if (locked_) {
+        AddLine(answer, Message::KorveLocked, start);
+        return;
+    }
+    const CalibrationFault fault = calibrationFault_;
+    if (!calibrationFaultAlways_) calibrationFault_ = CalibrationFault::None;
+    switch (fault) {
+    case CalibrationFault::None:
+        AddLine(answer, Message::CalibrationStart, start);
+        AddLine(answer, Message::CalibrationEnd, start, calibrationDelay_);
+        break;
+    case CalibrationFault::CircuitError:
+        AddLine(answer, Message::CircuitError, start);
+        break;
+    case CalibrationFault::ErrorReset:
+        AddLine(answer, Message::CalibrationStart, start);
+        AddLine(answer, Message::CalibrationError, start, calibrationDelay_);
+        break;
+    case CalibrationFault::NoAcknowledge:
+        break;
+    case CalibrationFault::NoReady:
+        AddLine(answer, Message::CalibrationStart, start);
+        break;
+    }
+}
+
+void UsbDeviceEmulator::AnswerStatus(Answer& answer, Clock::time_point start)
+{
+    for (const std::string& line : injectedLines_) AddLine(answer, line, start);
+    injectedLines_.clear();
+    if (!statusReplacements_.empty()) {
+        answer.lines.push_back(statusReplacements_.front());
+        AddBytes(answer, statusReplacements_.front(), start, std::chrono::nanoseconds(0));
+        statusReplacements_.pop_front();
+        return;
+    }
+    AddLine(answer, locked_ ? Message::KorveLocked : StatusLine(), start);
+}
+
+void UsbDeviceEmulator::AddLine(Answer& answer, const std::string& line, Clock::time_point start,
+                                std::chrono::nanoseconds extraDelay)
+{
+    answer.lines.push_back(line);
+    AddBytes(answer, line + kLineEnd, start, extraDelay);
+}
+
+// Replies never overtake each other, whatever their delays.
+void UsbDeviceEmulator::AddBytes(Answer& answer, const std::string& bytes, Clock::time_point start,
+                                 std::chrono::nanoseconds extraDelay)
+{
+    const Clock::time_point due = std::max(lastDue_, start + extraDelay + byteTime_ * static_cast<long>(bytes.size()));
+    lastDue_ = due;
+    answer.replies.push_back({bytes, due});
+}
+
+bool UsbDeviceEmulator::TakeAnswerBudget()
+{
+    if (!answersLeft_) return true;
+    if (*answersLeft_ == 0) return false;
+    --*answersLeft_;
+    return true;
+}
+
+std::string UsbDeviceEmulator::StatusLine() const
+{
+    char fields[32];
+    std::snprintf(fields, sizeof fields, "%02d%s%04d", axisSet_.value_or(FamilyAxisSet(identity_)),
+                  Message::StatusCodeMarker.c_str(), statusCode_);
+    return Message::StatusPrefix + fields;
+}
+
+void UsbDeviceEmulator::WriteDueReplies()
+{
+    writeBlocked_ = false;
+    while (!outgoing_.empty() && outgoing_.front().due <= Clock::now()) {
+        Reply& reply = outgoing_.front();
+        const ssize_t written = write(pty_->MasterFd(), reply.bytes.data(), reply.bytes.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0 && errno == EAGAIN) {
+            writeBlocked_ = true;
+            return;
+        }
+        if (written > 0) reply.bytes.erase(0, static_cast<std::size_t>(written));
+        if (written < 0 || reply.bytes.empty()) outgoing_.pop_front();
+    }
+}
+
+void UsbDeviceEmulator::CloseDevice()
+{
+    pty_.reset();
+    outgoing_.clear();
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        disconnected_ = true;
+    }
+    changed_.notify_all();
+}
+
+void UsbDeviceEmulator::Wake()
+{
+    const char byte = 1;
+    // A full pipe already holds a wake-up; nothing is lost when this fails.
+    [[maybe_unused]] const ssize_t ignored = write(wakeWrite_, &byte, 1);
+}
+
+}  // namespace zepta_tools
