@@ -17,6 +17,7 @@
 #include "zepta/zepta.h"
 
 #define FRAME_RATE 100
+#define RATE_WINDOW 11 /* progress samples, ten per second */
 #define PI 3.14159265358979323846
 
 /* Frames on the wire are counted on the device side: the emulator appends one
@@ -27,10 +28,10 @@ typedef struct {
     long positions;
 } WireLog;
 
+/* Every row after the header is one position command or update datagram. */
 static int IsPositionLine(const char* line)
 {
-    const char* command = strchr(line, ',');
-    return command != NULL && (command[1] == 'p' || command[1] == 'b');
+    return strncmp(line, "time,", 5) != 0;
 }
 
 static long CountNewPositions(WireLog* log)
@@ -60,12 +61,16 @@ static void SleepUntil(double t)
     }
 }
 
-/* A drive over gentle bumps: slow roll and pitch swells with a faster heave. */
-static void Motion(double t, float* roll, float* pitch, float* heave)
+/* A drive over gentle bumps: slow roll and pitch swells with a faster heave,
+ * and a little yaw and sway from the steering. */
+static void Motion(double t, _korve_data_packet* p)
 {
-    *roll = (float)(0.6 * sin(2 * PI * 0.25 * t));
-    *pitch = (float)(0.5 * sin(2 * PI * 0.4 * t + 1.0));
-    *heave = (float)(0.4 * sin(2 * PI * 0.9 * t) + 0.2 * sin(2 * PI * 2.1 * t));
+    p->roll = (float)(0.6 * sin(2 * PI * 0.25 * t));
+    p->pitch = (float)(0.5 * sin(2 * PI * 0.4 * t + 1.0));
+    p->yaw = (float)(0.3 * sin(2 * PI * 0.15 * t + 0.5));
+    p->heave = (float)(0.4 * sin(2 * PI * 0.9 * t) + 0.2 * sin(2 * PI * 2.1 * t));
+    p->sway = (float)(0.25 * sin(2 * PI * 0.3 * t + 2.0));
+    p->surge = 0.0f;
 }
 
 static void PrintBacklog(void)
@@ -78,12 +83,15 @@ static void PrintBacklog(void)
 static int WaitForDevice(int handle, double seconds)
 {
     double deadline = Now() + seconds;
+    int shown = -1;
     while (Now() < deadline && zeptaGetSystemStatus(handle) == 1) {
         int state = zeptaGetState(handle);
         if (state == 8) return 1;
-        printf("\rsearching for the device... state %d ", state);
-        fflush(stdout);
-        SleepUntil(Now() + 0.1);
+        if (state != shown) {
+            printf("searching for the device (state %d)\n", state);
+            shown = state;
+        }
+        SleepUntil(Now() + 0.05);
     }
     return zeptaGetState(handle) == 8;
 }
@@ -114,7 +122,7 @@ int main(int argc, char** argv)
         perror(csvPath);
         return 1;
     }
-    fprintf(csv, "time,roll,pitch,heave\n");
+    fprintf(csv, "time,roll,pitch,yaw,heave,sway,surge\n");
 
     int handle = zeptaOpen("MOTIONDEMO");
     if (!WaitForDevice(handle, waitSeconds)) {
@@ -124,30 +132,44 @@ int main(int argc, char** argv)
         fclose(csv);
         return 1;
     }
-    printf("\rconnected: device kind %d, serial \"%s\"\n", zeptaGetDevice(handle), zeptaGetSerialNumber(handle));
+    printf("connected: device kind %d, serial \"%s\"\n", zeptaGetDevice(handle), zeptaGetSerialNumber(handle));
 
+    /* The library's neutral defaults, spelled out as a C application would. */
     _korve_data_packet packet;
     memset(&packet, 0, sizeof packet);
+    packet.axis1 = packet.axis2 = packet.axis3 = packet.axis4 = packet.axis5 = packet.axis6 = 0.5f;
+    packet.speedAxis1 = packet.speedAxis2 = packet.speedAxis3 = 0.667f;
+    packet.speedAxis4 = packet.speedAxis5 = packet.speedAxis6 = 0.667f;
+    packet.accelAxis = 0.5f;
     packet.rotMR = 1.0f;
     packet.graMR = 1.0f;
-    packet.accelAxis = 0.5f;
 
     CountNewPositions(&wire);
     const long before = wire.positions;
+    /* The rate is taken over the last second of progress samples. */
+    double sampleTime[RATE_WINDOW] = {0};
+    long sampleWire[RATE_WINDOW] = {0};
+    long samples = 0;
     const double start = Now();
     const long frames = (long)(seconds * FRAME_RATE);
     for (long frame = 0; frame < frames; ++frame) {
         double t = (double)frame / FRAME_RATE;
         SleepUntil(start + t);
-        Motion(t, &packet.roll, &packet.pitch, &packet.heave);
+        Motion(t, &packet);
         zeptaWrite(handle, &packet);
-        fprintf(csv, "%.6f,%.6f,%.6f,%.6f\n", Now(), packet.roll, packet.pitch, packet.heave);
-        if (frame % 10 == 0) {
-            double elapsed = Now() - start;
-            long onWire = CountNewPositions(&wire) - before;
-            printf("\rstate %d | frames written %ld | frames on the wire %ld | %.1f frames/s   ",
-                   zeptaGetState(handle), frame + 1, onWire < 0 ? 0 : onWire,
-                   elapsed > 0 && onWire > 0 ? (double)onWire / elapsed : 0.0);
+        fprintf(csv, "%.6f,%.6f,%.6f,%.6f,%.6f,%.6f,%.6f\n", Now(), packet.roll, packet.pitch, packet.yaw,
+                packet.heave, packet.sway, packet.surge);
+        if (frame % (FRAME_RATE / 10) == 0) {
+            long onWire = wire.file != NULL ? CountNewPositions(&wire) - before : 0;
+            int slot = (int)(samples % RATE_WINDOW);
+            int oldest = (int)((samples + 1) % RATE_WINDOW);
+            sampleTime[slot] = Now();
+            sampleWire[slot] = onWire;
+            ++samples;
+            double span = samples >= RATE_WINDOW ? sampleTime[slot] - sampleTime[oldest] : 0.0;
+            double rate = span > 0.0 ? (double)(onWire - sampleWire[oldest]) / span : 0.0;
+            printf("\rstate %d | frames written %ld | frames on the wire %ld | %.0f frames/s   ",
+                   zeptaGetState(handle), frame + 1, onWire, rate);
             fflush(stdout);
         }
     }

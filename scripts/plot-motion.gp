@@ -3,7 +3,7 @@
 #
 #   gnuplot -e "pose='pose.csv'; wire='wire.csv'; out='motion.png'" scripts/plot-motion.gp
 #
-# pose: time,roll,pitch,heave            (what the application wrote)
+# pose: time,roll,pitch,yaw,heave,sway,surge   (what the application wrote)
 # wire: time,command,axis1..axis6        (positions the device received, 0..1)
 set datafile separator ","
 set terminal pngcairo size 1200,800 noenhanced font ",10"
@@ -11,6 +11,7 @@ set output out
 
 stats pose using 1 nooutput
 t0 = STATS_min
+set xrange [0:STATS_max - t0]
 
 set multiplot layout 2,1 title "Requested pose and actuator positions on the wire"
 set grid
@@ -19,9 +20,7 @@ set xlabel "time (s)"
 
 set ylabel "requested (-1..1)"
 set yrange [-1.1:1.1]
-plot pose using ($1 - t0):2 with lines lw 2 title "roll", \
-     pose using ($1 - t0):3 with lines lw 2 title "pitch", \
-     pose using ($1 - t0):4 with lines lw 2 title "heave"
+plot for [i=2:7] pose using ($1 - t0):i with lines lw 2 title columnheader(i)
 
 set ylabel "actuator position (0..1)"
 set yrange [0:1]

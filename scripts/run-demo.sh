@@ -13,18 +13,19 @@ while [ $# -gt 0 ]; do
   shift
 done
 
-build=build
+build="${ZEPTA_BUILD_DIR:-build}"
+mkdir -p out
 wire=out/wire.csv
 rm -f "$wire" out/motion-demo.png
 
 if [ "$transport" = usb ]; then
   echo "== Emulated six-axis seat on /dev/ttyACM0 (USB serial) =="
   "$build/tools/usb_emulator/zepta-usb-emulator" --device /dev/ttyACM0 --identity KORVE6-DEVICE \
-    --serial DEMO-0006 --record "$wire" > out/emulator.log 2>&1 &
+    --serial SEAT0006 --record "$wire" > out/emulator.log 2>&1 &
   ready() { [ -e /dev/ttyACM0 ]; }
 else
   echo "== Emulated Stewart platform KORVEGRANDE500QX on the sandbox network (LAN) =="
-  "$build/tools/lan_emulator/zepta-lan-emulator" --model KORVEGRANDE500QX --serial DEMO-QX500 \
+  "$build/tools/lan_emulator/zepta-lan-emulator" --model KORVEGRANDE500QX --serial QX500DEMO \
     --record "$wire" > out/emulator.log 2>&1 &
   ready() { [ -s "$wire" ]; }
 fi

@@ -136,6 +136,32 @@ ReceivedDatagram DecodeDatagram(std::string bytes)
     return datagram;
 }
 
+std::vector<double> DecodePositions(const ReceivedDatagram& datagram)
+{
+    constexpr double kRecordScale = 10000.0;
+    constexpr double kObjectScale = 1000.0;
+    std::vector<double> axes;
+    if (datagram.kind == ReceivedDatagram::Kind::Binary) {
+        for (std::size_t w = 1; w <= 6; ++w) axes.push_back(datagram.words[w] / kRecordScale);
+        return axes;
+    }
+    if (datagram.kind != ReceivedDatagram::Kind::Json || !datagram.json.is<picojson::object>()) return axes;
+    const auto& object = datagram.json.get<picojson::object>();
+    const auto number = [&object](const std::string& key, double* value) {
+        auto found = object.find(key);
+        if (found == object.end() || !found->second.is<double>()) return false;
+        *value = found->second.get<double>();
+        return true;
+    };
+    double value = 0.0;
+    for (int i = 1; i <= 6 && number("ax" + std::to_string(i), &value); ++i) axes.push_back(value / kObjectScale);
+    if (!axes.empty()) return axes;
+    for (const char* key : {"axis1", "axis2"}) {
+        if (number(key, &value)) axes.push_back(value);
+    }
+    return axes;
+}
+
 std::string DescribeDatagram(const ReceivedDatagram& datagram)
 {
     std::string line = datagram.sender + " ";

@@ -67,6 +67,10 @@ struct ReceivedDatagram {
 ReceivedDatagram DecodeDatagram(std::string bytes);
 // One printable line: the sender, the kind and the decoded content.
 std::string DescribeDatagram(const ReceivedDatagram& datagram);
+// The actuator positions (0..1) an update carries: the six words of a binary
+// record, the "ax" keys of a full object or "axis1"/"axis2" of a short one.
+// Empty for anything else.
+std::vector<double> DecodePositions(const ReceivedDatagram& datagram);
 
 class LanDeviceEmulator {
 public:

@@ -9,9 +9,11 @@
 #include <cstring>
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
+#include "common/position_record.h"
 #include "lan_device_emulator.h"
 
 namespace {
@@ -36,6 +38,8 @@ const char kUsage[] =
     "  --other-port            send every reply from a second port\n"
     "  --discovery-reply TEXT  answer pings with TEXT instead of MODEL-SERIAL\n"
     "  --no-discovery          do not answer pings\n"
+    "  --record FILE           append each update's positions, decoded to 0..1, to\n"
+    "                          FILE as CSV: time,command,axis1..axis6\n"
     "  --help                  show this text and exit\n"
     "\n"
     "Runs until interrupted (Ctrl-C or SIGTERM).\n";
@@ -54,7 +58,7 @@ int Count(const std::string& option, const std::string& text)
 }
 
 // Fills options from the arguments; false when the usage was asked for.
-bool ParseArguments(int argc, char** argv, zepta_tools::LanDeviceOptions& options)
+bool ParseArguments(int argc, char** argv, zepta_tools::LanDeviceOptions& options, std::string& record)
 {
     bool acksGiven = false;
     for (int i = 1; i < argc; ++i) {
@@ -89,6 +93,8 @@ bool ParseArguments(int argc, char** argv, zepta_tools::LanDeviceOptions& option
             options.discovery.fromOtherPort = true;
         } else if (option == "--discovery-reply") {
             options.discovery.reply = value();
+        } else if (option == "--record") {
+            record = value();
         } else if (option == "--no-discovery") {
             options.discovery.answer = false;
         } else {
@@ -96,6 +102,11 @@ bool ParseArguments(int argc, char** argv, zepta_tools::LanDeviceOptions& option
         }
     }
     return true;
+}
+
+const char* RecordCommandName(const zepta_tools::ReceivedDatagram& datagram)
+{
+    return datagram.kind == zepta_tools::ReceivedDatagram::Kind::Binary ? "binary" : "json";
 }
 
 void PrintDatagram(std::chrono::steady_clock::time_point start, const zepta_tools::ReceivedDatagram& datagram)
@@ -110,8 +121,9 @@ void PrintDatagram(std::chrono::steady_clock::time_point start, const zepta_tool
 int main(int argc, char** argv)
 {
     zepta_tools::LanDeviceOptions options;
+    std::string recordPath;
     try {
-        if (!ParseArguments(argc, argv, options)) {
+        if (!ParseArguments(argc, argv, options, recordPath)) {
             std::cout << kUsage;
             return 0;
         }
@@ -129,8 +141,13 @@ int main(int argc, char** argv)
 
     const auto start = std::chrono::steady_clock::now();
     try {
-        zepta_tools::LanDeviceEmulator emulator(
-            options, [start](const zepta_tools::ReceivedDatagram& datagram) { PrintDatagram(start, datagram); });
+        std::unique_ptr<zepta_tools::PositionRecord> record;
+        if (!recordPath.empty()) record = std::make_unique<zepta_tools::PositionRecord>(recordPath);
+        zepta_tools::LanDeviceEmulator emulator(options, [start, &record](const zepta_tools::ReceivedDatagram& datagram) {
+            PrintDatagram(start, datagram);
+            const std::vector<double> axes = zepta_tools::DecodePositions(datagram);
+            if (record && !axes.empty()) record->Add(datagram.time, RecordCommandName(datagram), axes);
+        });
         std::printf("%s: %s-%s listening at %s\n", kProgram, options.model.c_str(), options.serial.c_str(),
                     options.address.c_str());
         std::fflush(stdout);

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "common/position_record.h"
 #include "usb/messages.h"
 #include "usb_emulator/usb_device_emulator.h"
 
@@ -60,6 +61,8 @@ const char kUsage[] =
     "                             no-line-end    next status has no line end\n"
     "                             garbage        next status is binary garbage\n"
     "                             disconnect     close the device as if unplugged\n"
+    "  --record FILE              append each position command, decoded to 0..1,\n"
+    "                             to FILE as CSV: time,command,axis1..axis6\n"
     "  --help                     show this text\n";
 
 constexpr int kDefaultCalibrationDelayMs = 1000;
@@ -78,6 +81,7 @@ struct ScheduledAction {
 
 struct Options {
     std::string device;
+    std::string record;
     std::string identity = Message::KORVE4DOF_Enable;
     std::optional<std::string> version;
     std::optional<std::string> serial;
@@ -157,6 +161,7 @@ void ParseAfter(const std::string& value, Options& options)
 void ParseValueOption(const std::string& option, const std::string& value, Options& options)
 {
     if (option == "--device") options.device = value;
+    else if (option == "--record") options.record = value;
     else if (option == "--identity") options.identity = value;
     else if (option == "--version") options.version = value;
     else if (option == "--serial") options.serial = value;
@@ -260,6 +265,13 @@ int main(int argc, char** argv)
         return 1;
     }
     Configure(*device, options);
+    std::unique_ptr<zepta_tools::PositionRecord> record;
+    try {
+        if (!options.record.empty()) record = std::make_unique<zepta_tools::PositionRecord>(options.record);
+    } catch (const std::exception& e) {
+        std::cerr << "zepta-usb-emulator: " << e.what() << "\n";
+        return 1;
+    }
     std::atomic<bool> unplugged{RunActionsAt(0, options, *device)};
 
     const auto started = std::chrono::steady_clock::now();
@@ -268,6 +280,10 @@ int main(int argc, char** argv)
         const std::chrono::duration<double> since = command.at - started;
         std::printf("[%10.3f] %-24s -> %s\n", since.count(), Printable(command.text).c_str(), Describe(replies).c_str());
         std::fflush(stdout);
+        if (record) {
+            const std::vector<double> axes = zepta_tools::DecodePositionCommand(command.text);
+            if (!axes.empty()) record->Add(command.at, command.text.substr(0, 1), axes);
+        }
         if (command.text != Message::CommandEnd && RunActionsAt(++answered, options, *device)) unplugged = true;
     });
     std::printf("zepta-usb-emulator: %s at %s\n", Printable(options.identity).c_str(), device->DevicePath().c_str());

@@ -392,4 +392,34 @@ void UsbDeviceEmulator::Wake()
     [[maybe_unused]] const ssize_t ignored = write(wakeWrite_, &byte, 1);
 }
 
+namespace {
+
+// Fields of fieldDigits hex digits after the command letter, up to the ";".
+std::vector<double> DecodeFields(const std::string& text, std::size_t fieldDigits, double fullScale)
+{
+    const std::size_t digits = text.size() - 2;
+    if (digits % fieldDigits != 0) return {};
+    std::vector<double> axes;
+    for (std::size_t at = 1; at + fieldDigits < text.size(); at += fieldDigits) {
+        const std::string field = text.substr(at, fieldDigits);
+        if (field.find_first_not_of("0123456789ABCDEF") != std::string::npos) return {};
+        axes.push_back(static_cast<double>(std::stoul(field, nullptr, 16)) / fullScale);
+    }
+    return axes;
+}
+
+}  // namespace
+
+std::vector<double> DecodePositionCommand(const std::string& text)
+{
+    constexpr std::size_t kByteDigits = 2;
+    constexpr std::size_t kWordDigits = 3;
+    if (text.size() < 3 || text.back() != ';') return {};
+    std::vector<double> axes;
+    if (text[0] == 'p') axes = DecodeFields(text, kByteDigits, 255.0);
+    if (text[0] == 'q') axes = DecodeFields(text, kWordDigits, 4095.0);
+    if (axes.size() != 4 && axes.size() != 6) return {};
+    return axes;
+}
+
 }  // namespace zepta_tools

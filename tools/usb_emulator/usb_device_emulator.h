@@ -59,6 +59,10 @@ enum class CalibrationFault {
     NoReady,        // "KORVE-RTO-START", then nothing
 };
 
+// The actuator positions (0..1) a position command carries: "p" with four or
+// six 8-bit fields, "q" with six 12-bit fields. Empty for any other command.
+std::vector<double> DecodePositionCommand(const std::string& text);
+
 class UsbDeviceEmulator {
 public:
     // The time one byte takes on a 115200-baud 8N1 line (10 bits).
