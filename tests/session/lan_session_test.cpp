@@ -8,7 +8,6 @@
 
 #include "lan_emulator/lan_device_emulator.h"
 #include "session_test_support.h"
-#include "support/sandbox.h"
 
 namespace {
 
@@ -26,17 +25,8 @@ LanDeviceOptions Device(const std::string& model, const std::string& serial, con
     return options;
 }
 
-class LanSession : public SandboxedTest {
+class LanSession : public SessionTest {
 protected:
-    void SetUp() override
-    {
-        SandboxedTest::SetUp();
-        DrainLog();
-    }
-    void TearDown() override
-    {
-        if (handle_ >= 0) zeptaClose(handle_);
-    }
 
     // Opens a session, waits for the first acknowledged frame and for the
     // frames to go quiet, then forgets what the device received so far.
@@ -64,7 +54,6 @@ protected:
         return received.empty() ? ReceivedDatagram() : received.front();
     }
 
-    int handle_ = -1;
 };
 
 TEST_F(LanSession, EveryModelConnectsWithItsDeviceKind)
@@ -123,6 +112,24 @@ TEST_F(LanSession, StewartPlatformReceivesBinaryRecordsWithinTheStroke)
     ReceivedDatagram origin = Frame(device, packet);
     for (int w = 1; w <= 6; ++w) EXPECT_EQ(origin.words[w], 300);
     EXPECT_EQ(origin.words[13], 800);
+}
+
+// While the device answers "CACK" it is calibrating: every frame restarts the
+// speed derivation, so speeds go out at 0.67 and the acceleration at its ceiling.
+TEST_F(LanSession, CalibratingDeviceGetsResetFrames)
+{
+    LanDeviceEmulator device(Device("KORVEGRANDEQX", "QX2"));
+    Connect(device);
+    zepta_tools::AckScript calibrating;
+    calibrating.replies = {"CACK"};
+    device.SetAckScript(calibrating);
+    _korve_data_packet packet = NeutralPacket();
+    Frame(device, packet);
+    ASSERT_TRUE(WaitUntil([this] { return zeptaGetState(handle_) == 7; }, 5s));
+    ReceivedDatagram datagram = Frame(device, packet);
+    for (int w = 7; w <= 12; ++w) EXPECT_EQ(datagram.words[w], 10050) << w;
+    EXPECT_EQ(datagram.words[13], 9800);
+    EXPECT_TRUE(zeptaIsRunning(handle_));
 }
 
 TEST_F(LanSession, QueuedTextCommandsNeverReachTheNetwork)

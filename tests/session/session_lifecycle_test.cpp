@@ -6,7 +6,6 @@
 #include <thread>
 
 #include "session_test_support.h"
-#include "support/sandbox.h"
 #include "usb_emulator/usb_device_emulator.h"
 #include "zepta/ZEPTA.hpp"
 
@@ -15,14 +14,7 @@ namespace {
 using namespace zepta_test;
 using zepta_tools::UsbDeviceEmulator;
 
-class SessionLifecycle : public SandboxedTest {
-protected:
-    void SetUp() override
-    {
-        SandboxedTest::SetUp();
-        DrainLog();
-    }
-};
+using SessionLifecycle = SessionTest;
 
 TEST_F(SessionLifecycle, CloseRightAfterOpenWithADevicePresentIsNeverLost)
 {

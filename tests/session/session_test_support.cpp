@@ -91,4 +91,15 @@ _korve_data_packet NeutralPacket()
     return ZEPTASDK::DefaultZEPTAPacket();
 }
 
+void SessionTest::SetUp()
+{
+    SandboxedTest::SetUp();
+    DrainLog();
+}
+
+void SessionTest::TearDown()
+{
+    if (handle_ >= 0) zeptaClose(handle_);
+}
+
 }  // namespace zepta_test

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "support/sandbox.h"
 #include "zepta/zepta.h"
 
 namespace zepta_test {
@@ -34,6 +35,16 @@ int ThreadCount();
 int OpenDescriptorCount();
 
 _korve_data_packet NeutralPacket();
+
+// A test that drives one session: starts with an empty log and closes the
+// session it opened in handle_.
+class SessionTest : public SandboxedTest {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    int handle_ = -1;
+};
 
 }  // namespace zepta_test
 

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "session_test_support.h"
-#include "support/sandbox.h"
 #include "usb_emulator/usb_device_emulator.h"
 
 namespace {
@@ -47,17 +46,8 @@ std::size_t CountPrefix(const std::vector<std::string>& texts, char prefix)
     return n;
 }
 
-class UsbSession : public SandboxedTest {
+class UsbSession : public SessionTest {
 protected:
-    void SetUp() override
-    {
-        SandboxedTest::SetUp();
-        DrainLog();
-    }
-    void TearDown() override
-    {
-        if (handle_ >= 0) zeptaClose(handle_);
-    }
 
     // Opens a session on a device of the given family and waits until the
     // first frame has gone out, then forgets what the device received so far.
@@ -107,7 +97,6 @@ protected:
     }
 
     UsbDeviceEmulator device_;
-    int handle_ = -1;
 };
 
 TEST_F(UsbSession, EveryFamilyConnectsWithItsKindAndSerial)
