@@ -20,5 +20,10 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zeptaConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/zeptaConfig.cmake ${PROJECT_BINARY_DIR}/zeptaConfigVersion.cmake
   DESTINATION ${ZEPTA_CMAKE_DIR})
 
+# The .pc file finds its prefix from its own location, so the installed tree
+# can be moved (or installed with --prefix) without editing it.
+file(RELATIVE_PATH ZEPTA_PC_PREFIX_FROM_PCDIR
+  ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" ZEPTA_PC_PREFIX_FROM_PCDIR "${ZEPTA_PC_PREFIX_FROM_PCDIR}")
 configure_file(cmake/zepta.pc.in ${PROJECT_BINARY_DIR}/zepta.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zepta.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
