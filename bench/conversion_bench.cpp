@@ -1,11 +1,13 @@
-// Cost of one frame's conversion for a two-axis seat, a six-axis seat and the
-// large platform, with the application's axes (mode 0) and derived ones (mode 1).
+// Cost of one frame's conversion for every family of formulas (two-, four- and
+// six-axis seats, the four-actuator kind) and both Stewart platforms, with the
+// application's axes (mode 0) and derived ones (mode 1).
 #include <benchmark/benchmark.h>
 
 #include <chrono>
 #include <cmath>
 
 #include "motion/axis_converter.h"
+#include "per_call_timing.h"
 #include "zepta/ZEPTA.hpp"
 
 namespace {
@@ -24,7 +26,7 @@ void BM_Convert(benchmark::State& state)
     converter.Convert(packet, true, modes, now);
     now += std::chrono::seconds(4);
     int frame = 0;
-    for (auto _ : state) {
+    zepta_bench::TimeEachCall(state, [&] {
         // A slow sway of the whole pose, as a game would send it.
         const float phase = 0.01f * static_cast<float>(frame++ % 628);
         _korve_data_packet p = ZEPTASDK::DefaultZEPTAPacket();
@@ -37,8 +39,8 @@ void BM_Convert(benchmark::State& state)
         now += std::chrono::milliseconds(10);
         converter.Convert(p, false, modes, now);
         benchmark::DoNotOptimize(p);
-    }
+    });
 }
-BENCHMARK(BM_Convert)->ArgNames({"kind", "mode"})->ArgsProduct({{2, 3, 6}, {0, 1}});
+BENCHMARK(BM_Convert)->ArgNames({"kind", "mode"})->ArgsProduct({{1, 2, 3, 4, 5, 6}, {0, 1}});
 
 }  // namespace

@@ -5,9 +5,11 @@
 
 #include "motion/platform_geometry.h"
 #include "motion/stewart_platform.h"
+#include "per_call_timing.h"
 
 namespace {
 
+using zepta_bench::TimeEachCall;
 using Pose = StewartPlatform::Pose;
 
 const StewartPlatform& LargePlatform()
@@ -28,9 +30,9 @@ std::vector<double> ValuesOf(const Pose& pose)
 
 void BM_SafeLengthsReachable(benchmark::State& state)
 {
-    for (auto _ : state) {
+    TimeEachCall(state, [&] {
         benchmark::DoNotOptimize(LargePlatform().GetActuatorLengthsSafe(kReachable, StewartPlatform::Base));
-    }
+    });
 }
 BENCHMARK(BM_SafeLengthsReachable);
 
@@ -38,9 +40,9 @@ BENCHMARK(BM_SafeLengthsReachable);
 void BM_SafeLengthsUnreachable(benchmark::State& state)
 {
     const Pose far{0, 0, 5000, 0, 0, 0};
-    for (auto _ : state) {
+    TimeEachCall(state, [&] {
         benchmark::DoNotOptimize(LargePlatform().GetActuatorLengthsSafe(far, StewartPlatform::Base));
-    }
+    });
 }
 BENCHMARK(BM_SafeLengthsUnreachable);
 
@@ -49,20 +51,20 @@ void BM_ForwardKinematicsFromZero(benchmark::State& state)
     StewartPlatform raw = LargePlatform();
     raw.softLimitEnabled = false;
     const std::vector<double> lengths = raw.GetActuatorLengthsSafe(kReachable, StewartPlatform::Base).lengths;
-    for (auto _ : state) {
+    TimeEachCall(state, [&] {
         benchmark::DoNotOptimize(
             LargePlatform().ForwardKinematics(lengths, Pose{}, StewartPlatform::Base, 40, 0.0001));
-    }
+    });
 }
 BENCHMARK(BM_ForwardKinematicsFromZero);
 
 void BM_ManualLimitWithin(benchmark::State& state)
 {
     const std::vector<double> values = ValuesOf(kReachable);
-    for (auto _ : state) {
+    TimeEachCall(state, [&] {
         benchmark::DoNotOptimize(
             LargePlatform().ApplyManualAngleLimit(values, Pose{}, StewartPlatform::Base));
-    }
+    });
 }
 BENCHMARK(BM_ManualLimitWithin);
 
@@ -71,10 +73,10 @@ BENCHMARK(BM_ManualLimitWithin);
 void BM_ManualLimitFullBisection(benchmark::State& state)
 {
     const std::vector<double> bent{0.2739, 0.0100, 0.2199, 0.0320, 0.9349, 0.7821};
-    for (auto _ : state) {
+    TimeEachCall(state, [&] {
         benchmark::DoNotOptimize(
             LargePlatform().ApplyManualAngleLimit(bent, Pose{}, StewartPlatform::Base));
-    }
+    });
 }
 BENCHMARK(BM_ManualLimitFullBisection);
 
@@ -85,10 +87,10 @@ void BM_ManualLimitSlowestFound(benchmark::State& state)
 {
     const std::vector<double> values{1.2020, 1.2714, 1.2523, 1.2782, -0.1260, 0.5038};
     const Pose guess{-182.2, 160.1, -162.8, 25.3, 26.1, -24.2};
-    for (auto _ : state) {
+    TimeEachCall(state, [&] {
         benchmark::DoNotOptimize(
             LargePlatform().ApplyManualAngleLimit(values, guess, StewartPlatform::Base));
-    }
+    });
 }
 BENCHMARK(BM_ManualLimitSlowestFound);
 

@@ -11,7 +11,10 @@ packages=(
   libbenchmark-dev                           # benchmarks
   picojson-dev                               # LAN update objects
   iproute2 util-linux                        # the test sandbox (ip, unshare)
-  gnuplot-nox                                # the demo's plot
+  gnuplot-nox                                # the demo's plot and zepta plot
+  libcli11-dev                               # the zepta tool's command line
+  python3 python3-setuptools python3-wheel   # the Python binding, its tests and pip install
+  python3-pip python3-venv
   "$@"
 )
 

@@ -56,9 +56,20 @@ void TrimLineEnd(std::string& line)
     }
 }
 
+// The deadline starts with the line's first byte; without a read time-out
+// reads never wait, so there is nothing to bound.
+bool PastLineDeadline(std::chrono::milliseconds lineTimeout, std::size_t length,
+                      std::chrono::steady_clock::time_point& deadline)
+{
+    if (lineTimeout.count() == 0) return false;
+    const auto now = std::chrono::steady_clock::now();
+    if (length == 1) deadline = now + lineTimeout;
+    return now > deadline;
+}
+
 }  // namespace
 
-SerialPort::SerialPort(std::wstring name, bool logError) : enabled(false), fd(-1)
+SerialPort::SerialPort(std::wstring name, bool logError) : enabled(false), fd(-1), lineTimeout(0)
 {
     if (!Register(name)) return;
     const std::string path = WideToUtf8(name);
@@ -109,20 +120,33 @@ bool SerialPort::IsEnable() const { return enabled; }
 
 ssize_t SerialPort::Write(std::string data) { return write(fd, data.data(), data.size()); }
 
-// Reads one byte per call so that we never consume the next reply line.
 std::string SerialPort::Read()
 {
     std::string line;
+    ReadLine(line);
+    return line;
+}
+
+// Reads one byte per call so that we never consume the next reply line. A
+// device that trickles bytes without ever ending its line would otherwise
+// hold the reader for as long as it likes: each byte arrives within the read
+// time-out, so only a deadline for the whole line ends the wait.
+void SerialPort::ReadLine(std::string& line)
+{
+    line.clear();
+    std::chrono::steady_clock::time_point deadline;
     for (;;) {
         char byte = 0;
         const ssize_t count = read(fd, &byte, 1);
         line.push_back(byte);
         if (byte == kLineFeed) break;
-        if (count < 1) return Message::TimeOut;
-        if (line.size() >= kMaxLineLength) return line;
+        if (count < 1 || PastLineDeadline(lineTimeout, line.size(), deadline)) {
+            line = Message::TimeOut;
+            return;
+        }
+        if (line.size() >= kMaxLineLength) return;
     }
     TrimLineEnd(line);
-    return line;
 }
 
 void SerialPort::ClearBuffer()
@@ -138,7 +162,9 @@ int SerialPort::SetTimeout(int milliseconds)
     termios t{};
     tcgetattr(fd, &t);
     // The control character is one byte wide: only the low 8 bits count.
-    MakeRawLine(t, static_cast<cc_t>(milliseconds / kMsPerVtimeUnit));
+    const auto vtime = static_cast<cc_t>(milliseconds / kMsPerVtimeUnit);
+    MakeRawLine(t, vtime);
+    lineTimeout = std::chrono::milliseconds(vtime * kMsPerVtimeUnit);
     return tcsetattr(fd, TCSANOW, &t);
 }
 

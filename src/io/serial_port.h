@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -32,8 +33,12 @@ public:
     // One write of the bytes as they are; the system's result is passed back.
     ssize_t Write(std::string data);
     // The next line without its line end, or Message::TimeOut after a silence
-    // of the read time-out (the bytes collected so far are dropped then).
+    // of the read time-out, or when the line is not complete one read time-out
+    // after its first byte (the bytes collected so far are dropped then).
     std::string Read();
+    // The same, stored into line; its storage is reused, so a caller that
+    // keeps line reads without touching the heap.
+    void ReadLine(std::string& line);
     // Drops pending input and output, then ends any half-sent command with ";".
     void ClearBuffer();
     // The speed is fixed at 115200 and applied by SetTimeout.
@@ -50,6 +55,9 @@ private:
     bool enabled;
     int fd;
     std::wstring portName;
+    // The read time-out as the line discipline applies it (zero: reads do not
+    // wait); a line must be complete within it from its first byte.
+    std::chrono::milliseconds lineTimeout;
 };
 
 // The /dev/ttyACM* devices in the order the directory lists them, unprobed.

@@ -3,11 +3,10 @@
 #include <time.h>
 
 #include <cerrno>
-#include <cstring>
 #include <utility>
-#include <vector>
 
 #include "lan/device_types.h"
+#include "lan/lan_discovery.h"
 #include "lan/update_messages.h"
 #include "log/log_messages.h"
 #include "zepta/Debug.hpp"
@@ -16,17 +15,9 @@ namespace ZEPTASDK {
 
 namespace {
 
-constexpr std::uint32_t kAnyAddress = 0x00000000;        // 0.0.0.0
-constexpr std::uint32_t kBroadcastAddress = 0xFFFFFFFF;  // 255.255.255.255
-constexpr std::uint16_t kDiscoveryPort = 33551;
-constexpr std::uint16_t kLocalPort = 33552;
-const std::string kPing = "KORVE-PING";
-constexpr char kReplySeparator = '-';
-
 constexpr int kDiscoveryRounds = 3;
 // Each reply restarts the wait, so a round ends only after this much silence.
 constexpr std::chrono::milliseconds kReplyWait{333};
-constexpr std::size_t kReplyBytes = 128;
 // A flood of foreign datagrams must not keep one round listening forever.
 constexpr int kMaxRepliesPerRound = 1024;
 
@@ -45,51 +36,6 @@ constexpr int kMaxAcksPerDrain = 1024;
 constexpr long kFramePauseNanoseconds = 30000000;
 
 const std::string kAssignedDevice = "Assigned the device: ";
-const std::string kLanDeviceFound = "LAN device found: ";
-const std::string kQx200Found = "QX200 LAN device found: ";
-const std::string kQx500Found = "QX500 LAN device found: ";
-const std::string kMossPodFound = "MOSSPOD device found: ";
-const std::string kKickboardFound = "LAN OEM KB device found: ";
-const std::string kGrandeFound = "OXB KB device found: ";
-
-struct KnownModel {
-    const char* name;
-    unsigned deviceType;
-    const std::string& foundText;   // logged followed by the serial number
-};
-
-// Looked up in this order; the first exact match wins.
-const KnownModel kKnownModels[] = {
-    {"KORVE2DOF", LanDevice::kKorve2Dof, kLanDeviceFound},
-    {"KORVE4DOF", LanDevice::kKorve4Dof, kLanDeviceFound},
-    {"KORVE6DOF", LanDevice::kKorve6Dof, kLanDeviceFound},
-    {"KORVEGRANDEQX", LanDevice::kKorveGrandeQx, kQx200Found},
-    {"KORVEGRANDE500QX", LanDevice::kKorveGrande500Qx, kQx500Found},
-    {"MOSSPOD", LanDevice::kMossPod, kMossPodFound},
-    {"KORVEKICKBOARDQX", LanDevice::kKorveKickboardQx, kKickboardFound},
-    {"KORVEGRANDE", LanDevice::kKorveGrande, kGrandeFound},
-};
-
-// The text of a datagram ends at its first NUL byte or at its last byte.
-std::string DatagramText(const char* bytes, long received)
-{
-    return std::string(bytes, strnlen(bytes, static_cast<std::size_t>(received)));
-}
-
-// The non-empty pieces between hyphens: "-A--B-" gives A and B.
-std::vector<std::string> ReplyPieces(const std::string& reply)
-{
-    std::vector<std::string> pieces;
-    std::size_t start = 0;
-    while (start <= reply.size()) {
-        std::size_t end = reply.find(kReplySeparator, start);
-        if (end == std::string::npos) end = reply.size();
-        if (end > start) pieces.push_back(reply.substr(start, end - start));
-        start = end + 1;
-    }
-    return pieces;
-}
-
 void PauseBetweenFrames()
 {
     timespec remaining{0, kFramePauseNanoseconds};
@@ -100,7 +46,9 @@ void PauseBetweenFrames()
 }  // namespace
 
 ControllerLAN::ControllerLAN(std::string appCode, std::string assignedSerial)
-    : bindAddress{kAnyAddress, kLocalPort}, appCode(std::move(appCode)), assignedSerial(std::move(assignedSerial))
+    : bindAddress{LanDiscovery::kAnyAddress, LanDiscovery::kLocalPort},
+      appCode(std::move(appCode)),
+      assignedSerial(std::move(assignedSerial))
 {
     if (Discovery()) {
         udpSocket.SetNonBlocking();
@@ -116,12 +64,9 @@ ControllerLAN::~ControllerLAN() { CloseSocket(); }
 bool ControllerLAN::Discovery()
 {
     Debug::Log(assignedSerial, Message::Log::LANModeStart);
-    const Ipv4Endpoint pingTargets[] = {{kBroadcastAddress, kDiscoveryPort}};
-    if (!udpSocket.Open()) return false;
-    udpSocket.EnableBroadcast();
-    if (!udpSocket.Bind(bindAddress)) return false;
+    if (!LanDiscovery::OpenPingSocket(udpSocket, bindAddress)) return false;
     for (int round = 0; round < kDiscoveryRounds && deviceType == LanDevice::kNone; ++round) {
-        for (const Ipv4Endpoint& target : pingTargets) udpSocket.SendTo(kPing.data(), kPing.size(), target);
+        LanDiscovery::SendPing(udpSocket);
         ListenForReplies();
     }
     return deviceType != LanDevice::kNone;
@@ -129,20 +74,20 @@ bool ControllerLAN::Discovery()
 
 void ControllerLAN::ListenForReplies()
 {
-    char reply[kReplyBytes];
+    char reply[LanDiscovery::kReplyBytes];
     for (int count = 0; count < kMaxRepliesPerRound && deviceType == LanDevice::kNone; ++count) {
         if (!udpSocket.WaitReadable(kReplyWait)) return;
         const long received = udpSocket.ReceiveFrom(reply, sizeof reply, &deviceAddress);
-        if (received >= 1) HandleDiscoveryReply(DatagramText(reply, received));
+        if (received >= 1) HandleDiscoveryReply(LanDiscovery::DatagramText(reply, received));
     }
 }
 
 void ControllerLAN::HandleDiscoveryReply(const std::string& reply)
 {
-    const std::vector<std::string> pieces = ReplyPieces(reply);
-    if (pieces.size() < 2) return;
-    const std::string& model = pieces[0];
-    const std::string& serial = pieces[1];
+    LanDiscovery::Reply pieces;
+    if (!LanDiscovery::ParseReply(reply, pieces)) return;
+    const std::string& model = pieces.model;
+    const std::string& serial = pieces.serial;
     if (assignedSerial.empty()) {
         SelectDevice(model, serial);
     } else if (serial == assignedSerial && SelectDevice(model, serial)) {
@@ -152,14 +97,12 @@ void ControllerLAN::HandleDiscoveryReply(const std::string& reply)
 
 bool ControllerLAN::SelectDevice(const std::string& model, const std::string& serial)
 {
-    for (const KnownModel& known : kKnownModels) {
-        if (model != known.name) continue;
-        deviceType = known.deviceType;
-        serialNumber = serial;
-        Debug::Log(assignedSerial, known.foundText + serial);
-        return true;
-    }
-    return false;
+    const LanDiscovery::KnownModel* known = LanDiscovery::FindKnownModel(model);
+    if (known == nullptr) return false;
+    deviceType = known->deviceType;
+    serialNumber = serial;
+    Debug::Log(assignedSerial, known->foundText + serial);
+    return true;
 }
 
 void ControllerLAN::CloseSocket()
@@ -211,7 +154,7 @@ void ControllerLAN::DrainAcknowledgements()
     for (int count = 0; count < kMaxAcksPerDrain; ++count) {
         const long received = udpSocket.Receive(datagram, sizeof datagram);
         if (received < 1) return;
-        ClassifyAcknowledgement(DatagramText(datagram, received));
+        ClassifyAcknowledgement(LanDiscovery::DatagramText(datagram, received));
     }
 }
 

@@ -20,6 +20,11 @@ public:
     virtual std::string MotionSimGUID() = 0;
     // Closes the port for good.
     virtual void portDisable() = 0;
+    // What Read returns, stored into line. A caller that keeps line from call
+    // to call reuses its storage: status lines are longer than std::string's
+    // inline buffer, and the frame path reads one per command without
+    // touching the heap. Links without a cheaper way fall back to Read.
+    virtual void ReadLine(std::string& line) { line = Read(); }
 };
 
 }  // namespace ZEPTASDK

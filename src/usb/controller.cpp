@@ -6,6 +6,7 @@
 #include <cctype>
 
 #include "log/log_messages.h"
+#include "usb/device_family.h"
 #include "usb/messages.h"
 #include "zepta/Debug.hpp"
 
@@ -15,10 +16,6 @@ namespace {
 
 const std::string kInitialSpeedCommand = "aXXXXXXXX;";
 const std::string kDeviceFoundPrefix = "USB device found: ";
-// Axis sets: bit n stands for axis n + 1.
-constexpr uint32_t kFourAxes = 15;
-constexpr uint32_t kSixAxes = 63;
-constexpr uint32_t kTwoAxes = 3;
 // Before identification the device counts as the four-axis family.
 constexpr int32_t kDefaultModel = 2;
 constexpr uint32_t kDefaultAxisMask = kFourAxes;
@@ -26,29 +23,6 @@ constexpr int kMaxCalibrationRuns = 3;
 // Longest serial number we accept; the session hands it to applications in a
 // 64-byte buffer.
 constexpr std::size_t kMaxSerialNumberLength = 32;
-
-struct Family {
-    const std::string& identity;
-    int32_t model;
-    uint32_t axisMask;
-};
-
-// Compared in this order, each identity as a whole line.
-const Family* FamilyOf(const std::string& identity)
-{
-    static const Family kFamilies[] = {
-        {Message::KORVE4DOF_Enable, kDefaultModel, kFourAxes},
-        {Message::KORVE6DOF_Enable, 3, kSixAxes},
-        {Message::KORVE2DOF_Enable, 1, kTwoAxes},
-        {Message::NEBULO2_Enable, 100, kTwoAxes},
-        {Message::TRAXEL_Enable, 103, kTwoAxes},
-        {Message::PLIX_Enable, 104, kTwoAxes},
-    };
-    for (const Family& family : kFamilies) {
-        if (family.identity == identity) return &family;
-    }
-    return nullptr;
-}
 
 bool IsProtocolLine(const std::string& line)
 {
@@ -112,7 +86,7 @@ bool Controller::IdentifyFamily(Bridge& link)
 {
     axisMask = kDefaultAxisMask;
     model = kDefaultModel;
-    const Family* family = FamilyOf(link.MotionSimGUID());
+    const DeviceFamily* family = FindDeviceFamily(link.MotionSimGUID());
     if (family == nullptr) {
         state = kStateUnknownDevice;
         model = 0;

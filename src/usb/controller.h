@@ -92,6 +92,9 @@ private:
     std::atomic<int16_t> statusCode;
     uint32_t axisMask;
     int32_t mismatchCount;
+    // WaitZEPTA reads every reply into this one string, so that its storage
+    // is reused and the status lines of a frame never touch the heap.
+    std::string replyLine;
 };
 
 }  // namespace ZEPTASDK

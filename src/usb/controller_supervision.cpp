@@ -15,6 +15,10 @@ constexpr std::size_t kStatusCodeDigits = 4;
 constexpr int kDecimal = 10;
 // Mismatching axis sets tolerated in a row before the actuators count as stopped.
 constexpr int32_t kMaxAxisMismatches = 3;
+// Button presses and lock acknowledgements tolerated ahead of one answer. A
+// device that sends nothing else has lost its way, and the wait must not hold
+// the frame (and with it the session's Close) for ever.
+constexpr int kMaxInterimLines = 16;
 
 // A field that is missing or not a number reads as 0.
 long DecimalField(const std::string& line, std::size_t at, std::size_t digits)
@@ -27,6 +31,11 @@ long DecimalField(const std::string& line, std::size_t at, std::size_t digits)
 bool StartsWith(const std::string& line, const std::string& prefix)
 {
     return line.compare(0, prefix.size(), prefix) == 0;
+}
+
+bool IsInterimLine(const std::string& line)
+{
+    return line == Message::OnPushButton || line == Message::EnableLock || line == Message::DisableLock;
 }
 
 }  // namespace
@@ -84,17 +93,22 @@ void Controller::ClassifyCalibrationEnd(const std::string& reply)
 // treats it as a start-up error.
 bool Controller::WaitZEPTA()
 {
+    int interimLines = 0;
     while (const std::shared_ptr<Bridge> link = bridge.lock()) {
-        const std::string line = link->Read();
+        link->ReadLine(replyLine);
+        const std::string& line = replyLine;
         if (line == Message::TimeOut) {
             Log(line);
             return LoseLink(link.get());
         }
-        if (line == Message::OnPushButton) continue;
-        if (line == Message::EnableLock || line == Message::DisableLock) {
-            Log(line);
-            state = kStateRunning;
-            continue;
+        if (IsInterimLine(line)) {
+            if (line != Message::OnPushButton) {
+                Log(line);
+                state = kStateRunning;
+            }
+            if (++interimLines <= kMaxInterimLines) continue;
+            Log(Message::Log::DisConnect);
+            return LoseLink(link.get());
         }
         if (line == Message::KorveUnlocked || line == Message::CircuitError) {
             Log(line);

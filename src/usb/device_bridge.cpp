@@ -6,14 +6,12 @@
 #include <vector>
 
 #include "usb/messages.h"
+#include "usb/port_probe.h"
 
 namespace ZEPTASDK {
 
 namespace {
 
-constexpr int kProbeTimeoutMs = 300;
-constexpr int kCommandTimeoutMs = 500;
-constexpr int kCalibrationTimeoutMs = 30000;
 constexpr std::chrono::seconds kPauseBetweenPasses{1};
 const std::wstring kDefaultPortFile = L"korve_default_comport.txt";
 
@@ -72,11 +70,8 @@ bool DeviceBridge::Connect(const std::wstring& portName)
         port.reset();
         return false;
     }
-    port->SetTimeout(kProbeTimeoutMs);
-    port->ClearBuffer();
-    port->Write(Message::Connect);
-    const std::string identity = port->Read();
-    if (identity == Message::TimeOut || identity.find(Message::DeviceSuffix) == std::string::npos) {
+    const std::string identity = RequestIdentity(*port);
+    if (!IsIdentityLine(identity)) {
         port.reset();
         return false;
     }
@@ -91,20 +86,31 @@ void DeviceBridge::Write(const std::string& command)
         return;
     }
     if (!port) return;
-    port->SetTimeout(command == Message::CalibrationWait ? kCalibrationTimeoutMs : kCommandTimeoutMs);
+    port->SetTimeout(ReadTimeoutFor(command));
     localReply.clear();
     if (!command.empty()) port->Write(command);
 }
 
 std::string DeviceBridge::Read()
 {
-    if (!port) return std::string();
-    if (!localReply.empty()) return localReply;
-    return port->Read();
+    std::string line;
+    ReadLine(line);
+    return line;
 }
 
 std::string DeviceBridge::MotionSimGUID() { return deviceName; }
 
 void DeviceBridge::portDisable() { port.reset(); }
+
+void DeviceBridge::ReadLine(std::string& line)
+{
+    if (!port) {
+        line.clear();
+    } else if (!localReply.empty()) {
+        line = localReply;
+    } else {
+        port->ReadLine(line);
+    }
+}
 
 }  // namespace ZEPTASDK

@@ -29,6 +29,8 @@ public:
     void Write(const std::string& command) override;
     std::string MotionSimGUID() override;
     void portDisable() override;
+    // Read's answer without a new string for every line.
+    void ReadLine(std::string& line) override;
 
     // Opens portName and keeps it when the device answers "d;" with a line
     // that contains "-DEVICE".

@@ -23,9 +23,10 @@ using ZEPTASDK::IO::SerialPort;
 using zepta_tools::PseudoTerminal;
 
 // The path is not a ttyACM name, so that these tests never meet the device
-// search of other tests.
-const std::string kPath = "/dev/zepta-serial-test";
-const std::wstring kWidePath = L"/dev/zepta-serial-test";
+// search of other tests, and it names the process, so that test cases run in
+// parallel never replace each other's terminal.
+const std::string kPath = "/dev/zepta-serial-test-" + std::to_string(getpid());
+const std::wstring kWidePath(kPath.begin(), kPath.end());
 
 class SerialPortTest : public zepta_test::SandboxedTest {
 protected:

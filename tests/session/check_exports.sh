@@ -19,7 +19,7 @@ done
 c_count=$(grep -c '^zepta' <<<"$symbols")
 [ "$c_count" = 20 ] || { echo "expected 20 C functions, found $c_count"; exit 1; }
 
-allowed='^(zepta[A-Za-z0-9]*$|ZEPTASDK::(ZEPTA::|DefaultZEPTAPacket\(|Debug::|Controller::|DeviceBridge::|ControllerLAN::|IO::|Utility::)|StewartPlatform::|(typeinfo|typeinfo name|vtable) for (ZEPTASDK::(ZEPTA|Debug|Controller|DeviceBridge|ControllerLAN|IO::)|StewartPlatform)|ZEPTA_5|LIBZEPTA)'
+allowed='^(zepta[A-Za-z0-9]*$|ZEPTASDK::(ZEPTA::|DefaultZEPTAPacket\(|Debug::|Controller::|DeviceBridge::|ControllerLAN::|IO::|Utility::|ProbePort\(|DiscoverLanDevices\(|FrameConverter::)|StewartPlatform::|(typeinfo|typeinfo name|vtable) for (ZEPTASDK::(ZEPTA|Debug|Controller|DeviceBridge|ControllerLAN|IO::)|StewartPlatform)|ZEPTA_5|LIBZEPTA)'
 unexpected=$(grep -Ev "$allowed" <<<"$symbols" || true)
 if [ -n "$unexpected" ]; then
   echo "unexpected exports:"

@@ -167,6 +167,34 @@ TEST_F(ConnectedBridgeTest, CommandsArmTheShortTimeoutAndTheEmptyOneTheLong)
     EXPECT_EQ(bridge->Read(), "FW 1.00");
 }
 
+// The frame path reads every reply into one string it keeps: ReadLine answers
+// exactly as Read does, and a status line reuses the storage of the last one.
+TEST_F(ConnectedBridgeTest, ReadLineAnswersLikeReadAndReusesTheLine)
+{
+    std::string line;
+    bridge->Write("usb;");
+    bridge->ReadLine(line);
+    EXPECT_EQ(line, "Find");
+
+    bridge->Write("n;");
+    bridge->ReadLine(line);
+    EXPECT_EQ(line, "KORVE-STATUS-15-EXT4-0000");
+    const char* storage = line.data();
+    bridge->Write("n;");
+    bridge->ReadLine(line);
+    EXPECT_EQ(line, "KORVE-STATUS-15-EXT4-0000");
+    EXPECT_EQ(line.data(), storage);
+
+    device->SilenceAfter(0);
+    bridge->Write("n;");
+    bridge->ReadLine(line);
+    EXPECT_EQ(line, "TimeOut");
+
+    bridge->portDisable();
+    bridge->ReadLine(line);
+    EXPECT_EQ(line, "");
+}
+
 TEST_F(ConnectedBridgeTest, DisabledPortReadsEmptyAndSendsNothing)
 {
     bridge->portDisable();

@@ -296,8 +296,13 @@ void LanDeviceEmulator::AnswerPing(const Destination& from)
         script = options_.discovery;
     }
     if (!script.answer) return;
-    std::string reply = script.reply ? *script.reply : options_.model + kReplySeparator + options_.serial;
-    pending_.emplace(Clock::now(), Outgoing{std::move(reply), from, script.fromOtherPort});
+    const std::string reply = script.reply ? *script.reply : options_.model + kReplySeparator + options_.serial;
+    // Replies due at the same moment leave in the order they were queued.
+    const Clock::time_point now = Clock::now();
+    for (int copy = 0; copy < script.repetitions; ++copy) {
+        for (const std::string& text : script.before) pending_.emplace(now, Outgoing{text, from, script.fromOtherPort});
+        pending_.emplace(now, Outgoing{reply, from, script.fromOtherPort});
+    }
 }
 
 void LanDeviceEmulator::RecordUpdate(ReceivedDatagram datagram, const Destination& from)

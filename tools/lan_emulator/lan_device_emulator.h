@@ -36,6 +36,8 @@ struct AckScript {
 struct DiscoveryScript {
     bool answer = true;
     std::optional<std::string> reply;          // sent verbatim instead of "<model>-<serial>"
+    std::vector<std::string> before;           // sent in this order ahead of the reply
+    int repetitions = 1;                       // sends of before and reply per ping (a flood when large)
     bool fromOtherPort = false;
 };
 

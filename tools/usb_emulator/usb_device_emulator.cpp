@@ -28,6 +28,7 @@ constexpr int kTwoAxes = 3;
 // A device buffers only so much of a command that never ends.
 constexpr std::size_t kMaxCommandLength = 4096;
 constexpr std::size_t kReadChunk = 256;
+constexpr std::size_t kFloodChunk = 256;
 
 int FamilyAxisSet(const std::string& identity)
 {
@@ -159,6 +160,13 @@ void UsbDeviceEmulator::ReplaceNextStatus(std::string bytes)
     statusReplacements_.push_back(std::move(bytes));
 }
 
+void UsbDeviceEmulator::BabbleInsteadOfNextStatus(std::string pattern, std::chrono::microseconds byteInterval)
+{
+    if (pattern.empty()) return;
+    std::lock_guard<std::mutex> lock(mutex_);
+    pendingBabble_ = Babble{std::move(pattern), byteInterval};
+}
+
 // From the device thread (an observer) this only asks for the close, which
 // happens before the next command is read.
 void UsbDeviceEmulator::Disconnect()
@@ -209,19 +217,22 @@ void UsbDeviceEmulator::Run()
         const ssize_t count = read(pty_->MasterFd(), bytes, sizeof bytes);
         if (count > 0) HandleInput(bytes, static_cast<std::size_t>(count));
         WriteDueReplies();
+        SendBabble();
     }
     CloseDevice();
 }
 
-// Sleeps until input arrives, a reply falls due, the master can take more
-// bytes, or a method wakes us. False when only the wake-up fired.
+// Sleeps until input arrives, a reply or babbled byte falls due, the master
+// can take more bytes, or a method wakes us. False when only the wake-up fired.
 bool UsbDeviceEmulator::WaitForEvents()
 {
-    pollfd fds[2] = {{wakeRead_, POLLIN, 0}, {pty_->MasterFd(), static_cast<short>(POLLIN | (writeBlocked_ ? POLLOUT : 0)), 0}};
+    const bool flooding = babble_ && babble_->byteInterval.count() == 0 && outgoing_.empty();
+    const short masterEvents = static_cast<short>(POLLIN | (writeBlocked_ || flooding ? POLLOUT : 0));
+    pollfd fds[2] = {{wakeRead_, POLLIN, 0}, {pty_->MasterFd(), masterEvents, 0}};
     timespec timeout{};
     timespec* timeoutPtr = nullptr;
-    if (!outgoing_.empty() && !writeBlocked_) {
-        const auto wait = std::max(Clock::duration::zero(), outgoing_.front().due - Clock::now());
+    if (const std::optional<Clock::time_point> deadline = NextDeadline()) {
+        const auto wait = std::max(Clock::duration::zero(), *deadline - Clock::now());
         const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(wait).count();
         timeout.tv_sec = static_cast<time_t>(ns / 1000000000);
         timeout.tv_nsec = static_cast<long>(ns % 1000000000);
@@ -234,6 +245,15 @@ bool UsbDeviceEmulator::WaitForEvents()
         }
     }
     return fds[1].revents != 0 || timeoutPtr != nullptr;
+}
+
+// The earliest moment the device has something to send on its own.
+std::optional<Clock::time_point> UsbDeviceEmulator::NextDeadline() const
+{
+    std::optional<Clock::time_point> deadline;
+    if (!outgoing_.empty() && !writeBlocked_) deadline = outgoing_.front().due;
+    if (babble_ && babble_->byteInterval.count() > 0 && outgoing_.empty()) deadline = nextBabbleByte_;
+    return deadline;
 }
 
 void UsbDeviceEmulator::HandleInput(const char* bytes, std::size_t count)
@@ -269,7 +289,8 @@ void UsbDeviceEmulator::HandleCommand(const std::string& text)
 UsbDeviceEmulator::Answer UsbDeviceEmulator::AnswerTo(const std::string& text, Clock::time_point at)
 {
     Answer answer;
-    if (text == Message::CommandEnd || !TakeAnswerBudget()) return answer;
+    // A babbling device answers nothing any more.
+    if (text == Message::CommandEnd || babble_ || !TakeAnswerBudget()) return answer;
     const Clock::time_point start = at + byteTime_ * static_cast<long>(text.size()) + turnaround_;
     if (text == Message::Connect) {
         AddLine(answer, identity_, start);
@@ -317,6 +338,13 @@ void UsbDeviceEmulator::AnswerStatus(Answer& answer, Clock::time_point start)
 {
     for (const std::string& line : injectedLines_) AddLine(answer, line, start);
     injectedLines_.clear();
+    if (pendingBabble_) {
+        babble_ = std::move(pendingBabble_);
+        pendingBabble_.reset();
+        babbleOffset_ = 0;
+        nextBabbleByte_ = start;
+        return;
+    }
     if (!statusReplacements_.empty()) {
         answer.lines.push_back(statusReplacements_.front());
         AddBytes(answer, statusReplacements_.front(), start, std::chrono::nanoseconds(0));
@@ -374,10 +402,27 @@ void UsbDeviceEmulator::WriteDueReplies()
     }
 }
 
+// Flooding writes whatever the master takes in one go; trickling writes one
+// byte whenever the next one falls due. Either way the pattern repeats.
+void UsbDeviceEmulator::SendBabble()
+{
+    if (!babble_ || !outgoing_.empty()) return;
+    const std::string& pattern = babble_->pattern;
+    const bool trickle = babble_->byteInterval.count() > 0;
+    if (trickle && Clock::now() < nextBabbleByte_) return;
+    std::string bytes;
+    const std::size_t wanted = trickle ? 1 : kFloodChunk;
+    for (std::size_t i = 0; i < wanted; ++i) bytes.push_back(pattern[(babbleOffset_ + i) % pattern.size()]);
+    const ssize_t written = write(pty_->MasterFd(), bytes.data(), bytes.size());
+    if (written > 0) babbleOffset_ = (babbleOffset_ + static_cast<std::size_t>(written)) % pattern.size();
+    if (trickle) nextBabbleByte_ = Clock::now() + babble_->byteInterval;
+}
+
 void UsbDeviceEmulator::CloseDevice()
 {
     pty_.reset();
     outgoing_.clear();
+    babble_.reset();
     {
         std::lock_guard<std::mutex> lock(mutex_);
         disconnected_ = true;

@@ -115,6 +115,12 @@ public:
     // Sends bytes exactly as given (no line end added) instead of the next
     // status line: "KORVE-STATUS-00\r\n", a line without end, garbage.
     void ReplaceNextStatus(std::string bytes);
+    // Instead of the next status answer the device starts to babble: it sends
+    // pattern over and over, for good, and answers nothing else. With a zero
+    // byteInterval it floods as fast as the library reads; otherwise it
+    // trickles one byte per interval. "x" streams without a line end,
+    // "KORVE-BUTTON\r\n" floods interim lines. An empty pattern is ignored.
+    void BabbleInsteadOfNextStatus(std::string pattern, std::chrono::microseconds byteInterval = {});
     // Closes the pty under the library and removes the device path, as when
     // the cable is pulled. The recorded commands stay readable.
     void Disconnect();
@@ -135,6 +141,10 @@ private:
         std::vector<std::string> lines;  // as shown to the observer
         std::vector<Reply> replies;
     };
+    struct Babble {
+        std::string pattern;
+        std::chrono::microseconds byteInterval{0};
+    };
 
     void Run();
     void HandleInput(const char* bytes, std::size_t count);
@@ -149,7 +159,9 @@ private:
     bool TakeAnswerBudget();
     std::string StatusLine() const;
     bool WaitForEvents();
+    std::optional<std::chrono::steady_clock::time_point> NextDeadline() const;
     void WriteDueReplies();
+    void SendBabble();
     void CloseDevice();
     void Wake();
 
@@ -162,6 +174,9 @@ private:
     std::deque<Reply> outgoing_;
     std::chrono::steady_clock::time_point lastDue_;
     bool writeBlocked_ = false;
+    std::optional<Babble> babble_;
+    std::size_t babbleOffset_ = 0;
+    std::chrono::steady_clock::time_point nextBabbleByte_;
 
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
@@ -180,6 +195,7 @@ private:
     bool locked_ = false;
     std::deque<std::string> injectedLines_;
     std::deque<std::string> statusReplacements_;
+    std::optional<Babble> pendingBabble_;
     std::vector<ReceivedCommand> received_;
     Observer observer_;
     bool stopRequested_ = false;

@@ -1,0 +1,187 @@
+#include "cli_session.h"
+
+#include <atomic>
+#include <cstdio>
+#include <thread>
+
+#include "commands.h"
+#include "stop_signal.h"
+#include "zepta/zepta.h"
+
+namespace zepta_cli {
+
+namespace {
+
+const char kAppCode[] = "ZEPTACLI";
+constexpr int kStateCalibrating = 7;
+constexpr int kStateRunning = 8;
+constexpr auto kConnectTimeout = std::chrono::seconds(60);
+constexpr auto kPollInterval = std::chrono::milliseconds(20);
+constexpr auto kRateWindow = std::chrono::seconds(1);
+constexpr auto kParkTimeout = std::chrono::seconds(3);
+const char kLogPrefix[] = "log: ";
+
+// The update callback takes no argument, so the count is process-wide; the
+// program runs one session at a time. Written by the session's update thread.
+std::atomic<long> s_framesSent{0};
+
+void CountFrame() { ++s_framesSent; }
+
+}  // namespace
+
+CliSession::CliSession(Console& console, const SessionOptions& options) : console_(console), quiet_(options.quiet)
+{
+    s_framesSent = 0;
+    session_.SetCallbackUpdateFunction(CountFrame);
+    // Until the first frame of our own, the device gets the neutral pose.
+    const _korve_data_packet neutral = NeutralPacket();
+    session_.Write(&neutral);
+    session_.Open(kAppCode, options.serial.c_str());
+}
+
+CliSession::~CliSession()
+{
+    if (open_) session_.Close();
+}
+
+_korve_data_packet CliSession::NeutralPacket()
+{
+    _korve_data_packet packet = ZEPTASDK::DefaultZEPTAPacket();
+    packet.rotMR = 1.0f;
+    packet.graMR = 1.0f;
+    return packet;
+}
+
+void CliSession::Connect()
+{
+    const auto start = std::chrono::steady_clock::now();
+    for (;;) {
+        PumpLog();
+        if (StopRequested()) throw DeviceTrouble("interrupted before a device connected");
+        const int state = State();
+        const int kind = DeviceKind();
+        // The library lets a device settle for a moment before its first
+        // frame; motion starts once that frame has gone out.
+        if (state == kStateRunning && FramesSent() > 0) {
+            console_.Status("connected: device kind " + std::to_string(kind) + ", serial \"" +
+                                Printable(session_.GetZEPTASerialNumber()) + "\"",
+                            true);
+            console_.EndStatus();
+            return;
+        }
+        if (Ended()) throw Trouble("no device connected");
+        const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - start;
+        if (waited > kConnectTimeout) {
+            throw Trouble("the device did not connect within " + std::to_string(kConnectTimeout.count()) + " s");
+        }
+        ShowConnecting(state, kind, waited.count());
+        std::this_thread::sleep_for(kPollInterval);
+    }
+}
+
+// USB calibration runs inside the library's handshake, before the session
+// shows a device; the log line it writes tells that phase.
+void CliSession::ShowConnecting(int state, int kind, double seconds)
+{
+    std::string phase = "searching for a device (USB, then a broadcast on the LAN)";
+    if (state == kStateCalibrating) {
+        phase = "calibrating device kind " + std::to_string(kind);
+    } else if (state == kStateRunning) {
+        phase = "device kind " + std::to_string(kind) + " connected, settling";
+    } else if (kind != 0) {
+        phase = "found device kind " + std::to_string(kind) + ", waiting for its first answer";
+    }
+    char elapsed[32];
+    std::snprintf(elapsed, sizeof elapsed, " | %.1f s", seconds);
+    const bool newPhase = phase != phase_;
+    phase_ = phase;
+    console_.Status(phase + " (state " + std::to_string(state) + ")" + elapsed +
+                        (lastLogLine_.empty() ? "" : " | " + lastLogLine_),
+                    newPhase);
+}
+
+void CliSession::Write(const _korve_data_packet& packet) { session_.Write(&packet); }
+
+long CliSession::FramesSent() const { return s_framesSent; }
+
+bool CliSession::WaitForFramesAbove(long count, std::chrono::milliseconds timeout)
+{
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (s_framesSent <= count) {
+        if (Ended() || std::chrono::steady_clock::now() >= deadline) return s_framesSent > count;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+double CliSession::FramesPerSecond()
+{
+    const auto now = std::chrono::steady_clock::now();
+    rateSamples_.emplace_back(now, FramesSent());
+    while (now - rateSamples_.front().first > kRateWindow) rateSamples_.pop_front();
+    const std::chrono::duration<double> span = now - rateSamples_.front().first;
+    if (span.count() <= 0.0) return 0.0;
+    return static_cast<double>(rateSamples_.back().second - rateSamples_.front().second) / span.count();
+}
+
+int CliSession::State() { return session_.GetState(); }
+
+bool CliSession::Calibrating() { return State() == kStateCalibrating; }
+
+int CliSession::DeviceKind() { return session_.GetZEPTADevice(); }
+
+bool CliSession::Ended() { return !session_.GetZEPTAStatus(); }
+
+// The backlog is process-wide and bounded, so it is drained whether or not
+// its lines are shown.
+void CliSession::PumpLog()
+{
+    char buffer[512];
+    int count;
+    while ((count = zeptaGetBackLog(buffer, static_cast<int>(sizeof buffer))) > 0) {
+        partialLogLine_.append(buffer, static_cast<std::size_t>(count));
+    }
+    std::size_t end;
+    while ((end = partialLogLine_.find('\n')) != std::string::npos) {
+        lastLogLine_ = Printable(partialLogLine_.substr(0, end));
+        partialLogLine_.erase(0, end + 1);
+        if (!quiet_) console_.Line(kLogPrefix + lastLogLine_);
+    }
+}
+
+void CliSession::ParkAndClose()
+{
+    bool parked = false;
+    if (!Ended()) {
+        // Setting origin mode wakes the session for a frame, but a frame that
+        // was already running may not have seen it; the frame that the write
+        // after it wakes carries the origin for certain.
+        session_.SetOriginMode(true);
+        const long before = FramesSent();
+        if (WaitForFramesAbove(before, kParkTimeout)) {
+            const _korve_data_packet neutral = NeutralPacket();
+            session_.Write(&neutral);
+            parked = WaitForFramesAbove(before + 1, kParkTimeout);
+        }
+    }
+    session_.Close();
+    open_ = false;
+    PumpLog();
+    if (!parked) throw Trouble("the device did not take the origin position");
+}
+
+DeviceTrouble CliSession::Trouble(const std::string& what)
+{
+    PumpLog();
+    std::string text = what + " (state " + std::to_string(State()) + ")";
+    if (!lastLogLine_.empty()) text += "; last log line: " + lastLogLine_;
+    return DeviceTrouble(text);
+}
+
+void AddSessionOptions(CLI::App& command, SessionOptions& options)
+{
+    command.add_option("--serial", options.serial, "Serial number of the LAN device to use (default: the first)");
+    command.add_flag("--quiet", options.quiet, "Do not show the library's log as it comes");
+}
+
+}  // namespace zepta_cli
