@@ -8,6 +8,10 @@
 
 namespace zepta_bench {
 
+constexpr double kNsPerUs = 1e3;
+constexpr double kNsPerMs = 1e6;
+constexpr double kNsPerS = 1e9;
+
 struct Distribution {
     std::size_t count = 0;
     double median = 0;

@@ -16,10 +16,14 @@ struct UsbCase {
     std::string idSuffix;   // "kind2", part of the ids
     std::string identity;   // the device's answer to "d;"
     int axisMode;
+    double frameRateTarget; // frames per second without a wire model; 0 for none
 };
 
 const UsbCase& FourAxisSeatManual();
 const UsbCase& SixAxisSeatDerived();
+
+// The cost of Write on the application's thread: median <= 0.5 us, p99 <= 2 us.
+void ApplyWriteTarget(Figure& figure);
 
 // Write on a session whose thread has ended for want of a device.
 void MeasureWriteWithoutDevice(Report& report);

@@ -3,13 +3,14 @@
 //
 //   zepta_bench_frame [--motion MOTION.json] [--json OUT.json]
 //
-// MOTION.json is zepta_bench_motion's output (--benchmark_format=json); its
+// MOTION.json is zepta_bench_motion's output (--benchmark_out_format=json); its
 // figures join the report. Runs inside scripts/sandbox.sh only, since it
 // opens sessions, pseudo-terminals and sockets. scripts/bench.sh runs both.
 #include <sys/prctl.h>
 #include <unistd.h>
 
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <iostream>

@@ -17,7 +17,6 @@ using namespace std::chrono_literals;
 const char kLanModel[] = "KORVE6DOF";
 constexpr auto kMeasureTime = 5s;
 constexpr auto kWritePause = 1ms;
-constexpr double kNsPerMs = 1e6;
 // Every frame waits up to 30 ms for its first acknowledgement and then
 // pauses 30 ms: one datagram per 60 ms at the slowest, per 30 ms at the fastest.
 constexpr double kLowestDesignedRate = 1000.0 / 60.0;

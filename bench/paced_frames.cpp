@@ -19,35 +19,36 @@ constexpr auto kFramePause = 1ms;
 constexpr auto kThreadEndTimeout = 30s;
 constexpr auto kCommandTimeout = 5s;
 constexpr std::size_t kForgetEvery = 1000;
-constexpr double kNsPerUs = 1000.0;
-const char kUs[] = "us";
-const char kWriteTarget[] = "p50 <= 0.5, p99 <= 2";
-const char kWireTarget[] = "p50 <= 50, p99 <= 250";
-
-bool WriteTargetMet(const Distribution& us) { return us.median <= 0.5 && us.p99 <= 2.0; }
-bool WireTargetMet(const Distribution& us) { return us.median <= 50.0 && us.p99 <= 250.0; }
+constexpr double kWriteMedianUs = 0.5;
+constexpr double kWriteP99Us = 2.0;
+constexpr double kWireMedianUs = 50.0;
+constexpr double kWireP99Us = 250.0;
 
 Figure WriteFigure(std::string id, std::string title, std::vector<double>& ns, std::string note)
 {
-    Figure f(std::move(id), std::move(title), kUs);
-    f.spread = Scaled(Summarise(ns), kNsPerUs);
-    f.target = kWriteTarget;
-    f.met = WriteTargetMet(*f.spread);
+    Figure f = MicrosecondsFigure(std::move(id), std::move(title), ns);
+    ApplyWriteTarget(f);
     f.note = std::move(note);
     return f;
 }
 
 }  // namespace
 
+void ApplyWriteTarget(Figure& figure)
+{
+    figure.target = "p50 <= " + FormatNumber(kWriteMedianUs) + ", p99 <= " + FormatNumber(kWriteP99Us);
+    figure.met = figure.spread->median <= kWriteMedianUs && figure.spread->p99 <= kWriteP99Us;
+}
+
 const UsbCase& FourAxisSeatManual()
 {
-    static const UsbCase c{"kind 2, mode 0", "kind2", "KORVE-DEVICE", ZEPTA_AXIS_MANUAL};
+    static const UsbCase c{"kind 2, mode 0", "kind2", "KORVE-DEVICE", ZEPTA_AXIS_MANUAL, 5000.0};
     return c;
 }
 
 const UsbCase& SixAxisSeatDerived()
 {
-    static const UsbCase c{"kind 3, mode 1", "kind3", "KORVE6-DEVICE", ZEPTA_AXIS_BASE};
+    static const UsbCase c{"kind 3, mode 1", "kind3", "KORVE6-DEVICE", ZEPTA_AXIS_BASE, 0.0};
     return c;
 }
 
@@ -96,11 +97,11 @@ void MeasurePacedFrames(Report& report, const UsbCase& usbCase)
     report.Add(WriteFigure("write.waiting." + usbCase.idSuffix,
                            "zeptaWrite, thread asleep between frames (" + usbCase.label + ")", writeNs,
                            "one write per frame, 1 ms pause after each frame"));
-    Figure wire{"wake_to_wire." + usbCase.idSuffix, "Wake to wire: Write returns to position command at device (" +
-                                                        usbCase.label + ")", kUs};
-    wire.spread = Scaled(Summarise(wireNs), kNsPerUs);
-    wire.target = kWireTarget;
-    wire.met = WireTargetMet(*wire.spread);
+    Figure wire = MicrosecondsFigure("wake_to_wire." + usbCase.idSuffix,
+                                     "Wake to wire: Write returns to position command at device (" + usbCase.label + ")",
+                                     wireNs);
+    wire.target = "p50 <= " + FormatNumber(kWireMedianUs) + ", p99 <= " + FormatNumber(kWireP99Us);
+    wire.met = wire.spread->median <= kWireMedianUs && wire.spread->p99 <= kWireP99Us;
     wire.note = "emulator's steady_clock stamp of the command's last byte";
     report.Add(wire);
 }

@@ -33,8 +33,6 @@ constexpr std::size_t kSamples = 5000;
 constexpr auto kPause = 1ms;
 // The wire time of one four-axis frame at 115200 baud, near enough.
 constexpr auto kTimedSleep = 3300us;
-constexpr double kNsPerUs = 1000.0;
-const char kUs[] = "us";
 const std::string kStatusLine = "KORVE-STATUS-15-EXT4-0000\r\n";
 constexpr int kCommandTimeoutMs = 500;
 
@@ -74,8 +72,7 @@ int OpenRawBlocking(const std::string& path)
 
 Figure ReferenceFigure(std::string id, std::string title, std::vector<double>& ns, std::string note)
 {
-    Figure f(std::move(id), std::move(title), kUs);
-    f.spread = Scaled(Summarise(ns), kNsPerUs);
+    Figure f = MicrosecondsFigure(std::move(id), std::move(title), ns);
     f.note = std::move(note);
     return f;
 }

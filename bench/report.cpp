@@ -18,7 +18,6 @@ const char kCpuInfo[] = "/proc/cpuinfo";
 const char kLoadAverage[] = "/proc/loadavg";
 const std::string kModelName = "model name";
 const std::string kMicroseconds = "us";
-constexpr double kNsPerUs = 1000.0;
 
 std::string Cell(const std::optional<double>& value) { return value ? FormatNumber(*value) : ""; }
 
@@ -105,8 +104,20 @@ std::string FormatNumber(double value)
     const double magnitude = std::fabs(value);
     const int decimals = magnitude >= 100 ? 0 : magnitude >= 10 ? 1 : magnitude >= 1 ? 2 : 3;
     std::ostringstream text;
-    text << std::fixed << std::setprecision(value == std::floor(value) ? 0 : decimals) << value;
-    return text.str();
+    text << std::fixed << std::setprecision(decimals) << value;
+    std::string number = text.str();
+    if (number.find('.') != std::string::npos) {
+        number.erase(number.find_last_not_of('0') + 1);
+        if (number.back() == '.') number.pop_back();
+    }
+    return number;
+}
+
+Figure MicrosecondsFigure(std::string id, std::string title, std::vector<double>& ns)
+{
+    Figure f(std::move(id), std::move(title), kMicroseconds);
+    f.spread = Scaled(Summarise(ns), kNsPerUs);
+    return f;
 }
 
 Machine DescribeMachine()

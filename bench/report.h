@@ -41,8 +41,11 @@ struct Machine {
 // machine was, which latencies depend on.
 Machine DescribeMachine();
 
-// Fixed-point with as many decimals as a figure of this size deserves.
+// As many decimals as a figure of this size deserves, trailing zeros dropped.
 std::string FormatNumber(double value);
+
+// A figure of durations sampled in nanoseconds, shown in microseconds.
+Figure MicrosecondsFigure(std::string id, std::string title, std::vector<double>& ns);
 
 class Report {
 public:

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz_check.h"
+#include "fuzz_support.h"
 #include "usb/controller.h"
 #include "usb/scripted_bridge.h"
 
@@ -33,19 +33,6 @@ constexpr int kMostReadsPerWait = 64;
 constexpr int kMostReadsPerCalibration = 2;
 
 enum class Scenario { Handshake, Calibration, Supervision };
-
-std::vector<std::string> Lines(const std::uint8_t* data, std::size_t size)
-{
-    std::vector<std::string> lines(1);
-    for (std::size_t i = 0; i < size; ++i) {
-        if (data[i] == '\n') {
-            lines.emplace_back();
-        } else {
-            lines.back().push_back(static_cast<char>(data[i]));
-        }
-    }
-    return lines;
-}
 
 bool IsOneOf(int value, std::initializer_list<int> allowed)
 {
@@ -101,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     if (size == 0) return 0;
     const auto scenario = static_cast<Scenario>(data[0] % 3);
-    std::vector<std::string> lines = Lines(data + 1, size - 1);
+    std::vector<std::string> lines = zepta_fuzz::InputLines(data + 1, size - 1);
     auto bridge = std::make_shared<ScriptedBridge>(lines.front());
     const std::vector<std::string> replies(lines.begin() + 1, lines.end());
 
@@ -122,6 +109,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             }
         }
     }
-    zepta_test::DrainLogLines();
+    zepta_fuzz::DrainLog();
     return 0;
 }

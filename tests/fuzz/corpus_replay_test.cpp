@@ -29,9 +29,10 @@ std::vector<std::filesystem::path> KeptInputs()
     return inputs;
 }
 
-class FuzzCorpus : public zepta_test::SandboxedTest {};
+// Named after the target, for example LanDiscoveryCorpus.
+class ZEPTA_FUZZ_SUITE : public zepta_test::SandboxedTest {};
 
-TEST_F(FuzzCorpus, EveryKeptInputKeepsTheTargetsProperties)
+TEST_F(ZEPTA_FUZZ_SUITE, EveryKeptInputKeepsTheTargetsProperties)
 {
     const std::vector<std::filesystem::path> inputs = KeptInputs();
     ASSERT_FALSE(inputs.empty()) << "no inputs in " << ZEPTA_FUZZ_CORPUS;

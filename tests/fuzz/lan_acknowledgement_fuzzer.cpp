@@ -15,9 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "fuzz_check.h"
+#include "fuzz_support.h"
 #include "lan_fuzz_support.h"
-#include "zepta/Debug.hpp"
 
 namespace {
 
@@ -83,32 +82,15 @@ private:
 std::vector<std::vector<std::string>> Frames(const std::uint8_t* data, std::size_t size)
 {
     std::vector<std::vector<std::string>> frames(1);
-    std::string line;
     std::size_t datagrams = 0;
-    const auto endLine = [&] {
+    for (const std::string& line : zepta_fuzz::InputLines(data, size)) {
         if (line == kFrameEnd) {
             frames.emplace_back();
         } else if (datagrams++ < kMostDatagrams) {
             frames.back().push_back(line.substr(0, kMostDatagramBytes));
         }
-        line.clear();
-    };
-    for (std::size_t i = 0; i < size; ++i) {
-        if (data[i] == '\n') {
-            endLine();
-        } else {
-            line.push_back(static_cast<char>(data[i]));
-        }
     }
-    if (size > 0) endLine();
     return frames;
-}
-
-void DrainLog()
-{
-    char buffer[4096];
-    while (ZEPTASDK::Debug::GetBackLogData(buffer, sizeof buffer) > 0) {
-    }
 }
 
 }  // namespace
@@ -132,6 +114,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(controller->GetState() == model.State(),
                 "state " + std::to_string(controller->GetState()) + " should be " + std::to_string(model.State()) + where);
     }
-    DrainLog();
+    zepta_fuzz::DrainLog();
     return 0;
 }

@@ -14,9 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "fuzz_check.h"
+#include "fuzz_support.h"
 #include "lan_fuzz_support.h"
-#include "zepta/Debug.hpp"
 
 namespace {
 
@@ -79,19 +78,6 @@ Choice ExpectedChoice(const std::string& assigned, const std::vector<std::string
     return {};
 }
 
-std::vector<std::string> Lines(const std::uint8_t* data, std::size_t size)
-{
-    std::vector<std::string> lines(1);
-    for (std::size_t i = 0; i < size; ++i) {
-        if (data[i] == '\n') {
-            lines.emplace_back();
-        } else {
-            lines.back().push_back(static_cast<char>(data[i]));
-        }
-    }
-    return lines;
-}
-
 std::string AssignedSerial(const std::string& line)
 {
     std::string serial;
@@ -101,20 +87,14 @@ std::string AssignedSerial(const std::string& line)
     return serial;
 }
 
-void DrainLog()
-{
-    char buffer[4096];
-    while (ZEPTASDK::Debug::GetBackLogData(buffer, sizeof buffer) > 0) {
-    }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::vector<std::string> lines = Lines(data, size);
-    const std::string assigned = AssignedSerial(lines.front());
-    std::vector<std::string> replies(lines.begin() + 1, lines.begin() + static_cast<std::ptrdiff_t>(std::min(lines.size(), kMostReplies + 1)));
+    std::vector<std::string> replies = zepta_fuzz::InputLines(data, size);
+    const std::string assigned = AssignedSerial(replies.front());
+    replies.erase(replies.begin());
+    if (replies.size() > kMostReplies) replies.resize(kMostReplies);
     replies.push_back(kSentinelModel + "-" + (assigned.empty() ? kUnassignedSentinel : assigned));
 
     const Choice expected = ExpectedChoice(assigned, replies);
@@ -125,6 +105,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             "the first suitable reply chooses the device type " + std::to_string(expected.deviceType) + ", not " +
                 std::to_string(controller->GetDeviceType()));
     Require(controller->GetSerialNumber() == expected.serial, "the chosen device's serial number is kept");
-    DrainLog();
+    zepta_fuzz::DrainLog();
     return 0;
 }

@@ -1,6 +1,7 @@
 #include "lan_fuzz_support.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -10,7 +11,7 @@
 #include <cstring>
 #include <thread>
 
-#include "fuzz_check.h"
+#include "fuzz_support.h"
 
 namespace zepta_fuzz {
 
@@ -19,8 +20,6 @@ namespace {
 constexpr std::uint16_t kDevicePort = 33551;
 constexpr std::uint16_t kControllerPort = 33552;
 const std::string kPing = "KORVE-PING";
-// Far longer than a discovery needs to bind and ping.
-constexpr int kPingPatienceMs = 5000;
 
 sockaddr_in Endpoint(std::uint32_t address, std::uint16_t port)
 {
@@ -49,35 +48,62 @@ int DeviceSocket()
     return fd;
 }
 
-// Pings of an earlier discovery that listened for more than one round.
-void DropStalePings(int fd)
+// Tells this thread that the discovery thread has finished.
+struct DonePipe {
+    int read = -1;
+    int write = -1;
+};
+
+const DonePipe& Done()
 {
-    char stale[64];
-    while (recv(fd, stale, sizeof stale, MSG_DONTWAIT) >= 0) {
+    static const DonePipe pipe = [] {
+        int fds[2];
+        Require(pipe2(fds, O_CLOEXEC) == 0, "a pipe can be made");
+        return DonePipe{fds[0], fds[1]};
+    }();
+    return pipe;
+}
+
+// Answers one datagram if it is a ping; true when it was.
+bool AnswerPing(int fd, const std::vector<std::string>& replies)
+{
+    char ping[64];
+    sockaddr_in from;
+    socklen_t fromSize = sizeof from;
+    const ssize_t size = recvfrom(fd, ping, sizeof ping, MSG_DONTWAIT, reinterpret_cast<sockaddr*>(&from), &fromSize);
+    if (size < 0 || std::string(ping, static_cast<std::size_t>(size)) != kPing) return false;
+    for (const std::string& reply : replies) {
+        sendto(fd, reply.data(), reply.size(), 0, reinterpret_cast<const sockaddr*>(&from), fromSize);
     }
+    return true;
 }
 
 }  // namespace
 
+// Every ping is answered, not just the first: a discovery whose wait was cut
+// short by a signal (libFuzzer's own timer) pings again, and a late ping of
+// the previous input may arrive before this input's. The same replies again
+// never change which one is chosen first.
 std::unique_ptr<ZEPTASDK::ControllerLAN> DiscoverWithReplies(const std::string& assignedSerial,
                                                             const std::vector<std::string>& replies)
 {
     const int fd = DeviceSocket();
-    DropStalePings(fd);
+    const DonePipe& done = Done();
     std::unique_ptr<ZEPTASDK::ControllerLAN> controller;
-    std::thread discovery([&] { controller = std::make_unique<ZEPTASDK::ControllerLAN>("FUZZ", assignedSerial); });
+    std::thread discovery([&] {
+        controller = std::make_unique<ZEPTASDK::ControllerLAN>("FUZZ", assignedSerial);
+        const char byte = 1;
+        Require(write(done.write, &byte, 1) == 1, "the discovery thread reports its end");
+    });
     bool answered = false;
-    pollfd readable{fd, POLLIN, 0};
-    if (poll(&readable, 1, kPingPatienceMs) == 1) {
-        char ping[64];
-        sockaddr_in from;
-        socklen_t fromSize = sizeof from;
-        const ssize_t size = recvfrom(fd, ping, sizeof ping, 0, reinterpret_cast<sockaddr*>(&from), &fromSize);
-        answered = size >= 0 && std::string(ping, static_cast<std::size_t>(size)) == kPing;
-        for (const std::string& reply : replies) {
-            if (answered) sendto(fd, reply.data(), reply.size(), 0, reinterpret_cast<const sockaddr*>(&from), fromSize);
-        }
+    for (;;) {
+        pollfd watched[] = {{fd, POLLIN, 0}, {done.read, POLLIN, 0}};
+        if (poll(watched, 2, -1) < 1) continue;
+        if ((watched[0].revents & POLLIN) != 0) answered = AnswerPing(fd, replies) || answered;
+        if ((watched[1].revents & POLLIN) != 0) break;
     }
+    char byte;
+    Require(read(done.read, &byte, 1) == 1, "the end of discovery is read");
     discovery.join();
     Require(answered, "discovery pings the discovery port");
     return controller;

@@ -13,7 +13,7 @@
 namespace zepta_fuzz {
 
 // Builds a ControllerLAN (its discovery runs on a helper thread) and answers
-// its first ping with replies, in order, from the discovery port. Aborts
+// each of its pings with replies, in order, from the discovery port. Aborts
 // outside the test sandbox.
 std::unique_ptr<ZEPTASDK::ControllerLAN> DiscoverWithReplies(const std::string& assignedSerial,
                                                             const std::vector<std::string>& replies);

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz_check.h"
+#include "fuzz_support.h"
 #include "io/serial_port.h"
 #include "usb/messages.h"
 

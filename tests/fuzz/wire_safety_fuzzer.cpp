@@ -8,6 +8,7 @@
 // and the speed mode (one byte each), then frames of a 356-byte packet, a
 // 32-bit little-endian time step in microseconds and a reset byte; a short
 // last frame keeps the default packet's remaining bytes.
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz_check.h"
+#include "fuzz_support.h"
 #include "lan/json.h"
 #include "lan/update_messages.h"
 #include "motion/axis_converter.h"
@@ -213,6 +214,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             Require(false, std::string("a converted packet encodes without an exception: ") + error.what());
         }
     }
-    zepta_test::DrainLogLines();
+    zepta_fuzz::DrainLog();
     return 0;
 }

@@ -73,6 +73,28 @@ protected:
                                                           std::string("ZEPTA thread terminated.")}));
     }
 
+    // A session on device as a device of the family identity: its kind and
+    // the length of its position commands; then the cable is pulled.
+    void ConnectThenUnplug(UsbDeviceEmulator& device, const std::string& identity, int kind,
+                           std::size_t positionLength)
+    {
+        device.SetIdentity(identity);
+        Connect();
+        EXPECT_EQ(zeptaGetDevice(handle_), kind);
+        device.ClearReceived();
+        const _korve_data_packet packet = NeutralPacket();
+        zeptaWrite(handle_, &packet);
+        EXPECT_TRUE(device.WaitFor([positionLength](const std::vector<ReceivedCommand>& commands) {
+            for (const auto& c : commands) {
+                if (c.text[0] == 'p') return c.text.size() == positionLength;
+            }
+            return false;
+        }, kPatience));
+        device.Disconnect();
+        ASSERT_TRUE(FramesUntilStopped()) << DrainLog();
+        EXPECT_EQ(zeptaClose(handle_), handle_);
+    }
+
     UsbDeviceEmulator device_;
 };
 
@@ -132,30 +154,11 @@ TEST_F(HostileUsbDevice, FloodInPlaceOfAnIdentityFindsNoDevice)
 
 TEST_F(HostileUsbDevice, OtherDeviceAfterReconnectingIsTakenForWhatItSays)
 {
-    device_.SetIdentity("KORVE6-DEVICE");
-    Connect();
-    EXPECT_EQ(zeptaGetDevice(handle_), 3);
-    device_.Disconnect();
-    ASSERT_TRUE(FramesUntilStopped()) << DrainLog();
-    EXPECT_EQ(zeptaClose(handle_), handle_);
+    ConnectThenUnplug(device_, "KORVE6-DEVICE", 3, 14);
 
     // Another family on the same port: four axes now, so four-value positions.
     UsbDeviceEmulator fourAxes(device_.DevicePath());
-    fourAxes.SetIdentity("KORVE-DEVICE");
-    Connect();
-    EXPECT_EQ(zeptaGetDevice(handle_), 2);
-    fourAxes.ClearReceived();
-    const _korve_data_packet packet = NeutralPacket();
-    zeptaWrite(handle_, &packet);
-    EXPECT_TRUE(fourAxes.WaitFor([](const std::vector<ReceivedCommand>& commands) {
-        for (const auto& c : commands) {
-            if (c.text[0] == 'p') return c.text.size() == 10;
-        }
-        return false;
-    }, kPatience));
-    fourAxes.Disconnect();
-    ASSERT_TRUE(FramesUntilStopped()) << DrainLog();
-    EXPECT_EQ(zeptaClose(handle_), handle_);
+    ConnectThenUnplug(fourAxes, "KORVE-DEVICE", 2, 10);
 
     // And a device of no known family.
     UsbDeviceEmulator unknown(device_.DevicePath());

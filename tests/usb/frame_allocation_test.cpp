@@ -1,31 +1,15 @@
 // The commands of a steady USB frame and the status lines they are answered
-// with leave the heap alone: this binary counts every allocation the test
-// thread makes while counting is on (the emulated device's thread is not
-// counted).
+// with leave the heap alone: only allocations on the test thread count (the
+// emulated device's thread is not counted).
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
-#include <new>
 
+#include "allocation_count.h"
 #include "support/sandbox.h"
 #include "usb/controller.h"
 #include "usb/device_bridge.h"
 #include "usb_emulator/usb_device_emulator.h"
-
-namespace {
-thread_local bool counting = false;
-thread_local std::size_t allocations = 0;
-}  // namespace
-
-void* operator new(std::size_t size)
-{
-    if (counting) ++allocations;
-    if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 
 namespace {
 
@@ -61,11 +45,9 @@ TEST_F(UsbFrameAllocation, SteadyFramesOfFourAndSixAxisDevicesLeaveTheHeapAlone)
         // The first frame gives the reply line its length once.
         SendFrame(controller, 0);
 
-        allocations = 0;
-        counting = true;
+        zepta_test::StartCountingAllocations();
         for (int frame = 1; frame <= 50; ++frame) SendFrame(controller, frame);
-        counting = false;
-        EXPECT_EQ(allocations, 0u);
+        EXPECT_EQ(zepta_test::StopCountingAllocations(), 0u);
         EXPECT_EQ(controller.GetState(), Controller::kStateRunning);
     }
 }
