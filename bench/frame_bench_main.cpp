@@ -16,7 +16,7 @@
 #include <iostream>
 #include <string>
 
-#include "allocation_counter.h"
+#include "support/allocation_counter.h"
 #include "common/sandbox_check.h"
 #include "frame_bench.h"
 
@@ -59,10 +59,10 @@ std::string SelfPath()
 // the standard library calls.
 bool AllocationCountWorks()
 {
-    CountAllocationsOnThisThread();
-    StartCountingAllocations();
+    zepta_test::CountAllocationsOnThisThread();
+    zepta_test::StartCountingAllocations();
     std::string text(100, 'x');
-    const bool counted = StopCountingAllocations() > 0;
+    const bool counted = zepta_test::StopCountingAllocations() > 0;
     return counted && !text.empty();
 }
 

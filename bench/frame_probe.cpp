@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "allocation_counter.h"
+#include "support/allocation_counter.h"
 #include "session/session_table.h"
 
 namespace zepta_bench {
@@ -25,7 +25,7 @@ std::vector<Clock::time_point> g_frameEnds;     // guarded by g_recordLock
 // Runs on the session's update thread at the end of every frame.
 void OnFrameDone()
 {
-    CountAllocationsOnThisThread();
+    zepta_test::CountAllocationsOnThisThread();
     thread_local const long threadId = syscall(SYS_gettid);
     g_updateThreadId.store(threadId, std::memory_order_relaxed);
     const Clock::time_point now = Clock::now();

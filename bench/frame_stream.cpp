@@ -3,7 +3,7 @@
 // meanwhile and whether a steady frame touches the heap.
 #include <stdexcept>
 
-#include "allocation_counter.h"
+#include "support/allocation_counter.h"
 #include "frame_bench.h"
 #include "session_rigs.h"
 
@@ -46,7 +46,7 @@ StreamRun Stream(UsbRig& rig, std::uint64_t frameTarget, Clock::duration timeLim
     StreamRun run;
     run.writeNs.reserve(kMaxWriteSamples);
     FrameProbe::StartRecording(static_cast<std::size_t>(std::min<std::uint64_t>(frameTarget, kStreamFrames)) * 2);
-    CountAllocationsOnThisThread();
+    zepta_test::CountAllocationsOnThisThread();
     const WireTally wireBefore = rig.Tally();
     const long updateThread = FrameProbe::UpdateThreadId();
     const double cpuBefore = ThreadCpuNs(updateThread);
@@ -54,7 +54,7 @@ StreamRun Stream(UsbRig& rig, std::uint64_t frameTarget, Clock::duration timeLim
     std::uint64_t forgottenAt = first;
     const Clock::time_point start = Clock::now();
     const Clock::time_point deadline = start + timeLimit;
-    StartCountingAllocations();
+    zepta_test::StartCountingAllocations();
     for (unsigned i = 0;; ++i) {
         const std::uint64_t done = FrameProbe::FramesDone();
         if (done - first >= frameTarget) break;
@@ -70,7 +70,7 @@ StreamRun Stream(UsbRig& rig, std::uint64_t frameTarget, Clock::duration timeLim
         if (run.writeNs.size() < run.writeNs.capacity()) run.writeNs.push_back(Nanoseconds(after - before));
         ++run.writes;
     }
-    run.allocations = StopCountingAllocations();
+    run.allocations = zepta_test::StopCountingAllocations();
     run.frames = FrameProbe::FramesDone() - first;
     run.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     run.frameEnds = FrameProbe::StopRecording();

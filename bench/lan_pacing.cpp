@@ -3,7 +3,7 @@
 // shows where in the designed range of about 16 to 33 per second we are.
 #include <thread>
 
-#include "allocation_counter.h"
+#include "support/allocation_counter.h"
 #include "frame_bench.h"
 #include "session_rigs.h"
 
@@ -28,16 +28,16 @@ void MeasureLanPacing(Report& report)
 {
     LanRig rig(kLanModel);
     rig.TakeUpdateTimes();
-    CountAllocationsOnThisThread();
+    zepta_test::CountAllocationsOnThisThread();
     const std::uint64_t first = FrameProbe::FramesDone();
     const Clock::time_point start = Clock::now();
-    StartCountingAllocations();
+    zepta_test::StartCountingAllocations();
     for (int i = 0; Clock::now() - start < kMeasureTime; ++i) {
         const _korve_data_packet packet = SwayPacket(i);
         zeptaWrite(rig.Handle(), &packet);
         std::this_thread::sleep_for(kWritePause);
     }
-    const std::uint64_t allocations = StopCountingAllocations();
+    const std::uint64_t allocations = zepta_test::StopCountingAllocations();
     const std::uint64_t frames = FrameProbe::FramesDone() - first;
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
     const std::vector<Clock::time_point> arrivals = rig.TakeUpdateTimes();

@@ -59,6 +59,39 @@ typedef enum ZEPTASpeedGain {
     ZEPTA_SPEED_AS_WRITTEN = 2    /* sent exactly as the application wrote them */
 } ZEPTASpeedGain;
 
+/* Session and device states, as zeptaGetState returns them. From
+ * ZEPTA_STATE_INITIAL up a session counts as running; below it the update
+ * thread has ended or will end, and the application must Close and Open again. */
+typedef enum ZEPTAState {
+    ZEPTA_STATE_NO_USB_DEVICE = 0,          /* no serial port answered */
+    ZEPTA_STATE_NO_DEVICE = 1,              /* no device of the family (USB or LAN) */
+    ZEPTA_STATE_CALIBRATION_FAILED = 2,
+    ZEPTA_STATE_CALIBRATION_TIMED_OUT = 3,
+    ZEPTA_STATE_SHUT_DOWN = 4,              /* actuator shut down, or the LAN link closed */
+    ZEPTA_STATE_INITIAL = 6,                /* searching, or handshake not finished */
+    ZEPTA_STATE_CALIBRATING = 7,
+    ZEPTA_STATE_RUNNING = 8,                /* connected and running */
+    ZEPTA_STATE_STOPPED = 9,                /* actuator stopped */
+    ZEPTA_STATE_CALIBRATION_REPEAT = 10
+} ZEPTAState;
+
+/* Device kind codes, as zeptaGetDevice returns them (0 until connected). USB
+ * families report 1, 2, 3, 100, 103 and 104; LAN models 1 to 6, 101 and 102. */
+typedef enum ZEPTADeviceKind {
+    ZEPTA_DEVICE_NONE = 0,
+    ZEPTA_DEVICE_KORVE_2DOF = 1,
+    ZEPTA_DEVICE_KORVE_4DOF = 2,
+    ZEPTA_DEVICE_KORVE_6DOF = 3,
+    ZEPTA_DEVICE_MOSSPOD = 4,
+    ZEPTA_DEVICE_GRANDE_QX = 5,             /* six-actuator Stewart platform */
+    ZEPTA_DEVICE_GRANDE_500QX = 6,          /* six-actuator Stewart platform */
+    ZEPTA_DEVICE_NEBULO_2DOF = 100,
+    ZEPTA_DEVICE_KICKBOARD_QX = 101,
+    ZEPTA_DEVICE_GRANDE = 102,
+    ZEPTA_DEVICE_TRAXEL = 103,
+    ZEPTA_DEVICE_PLIX = 104
+} ZEPTADeviceKind;
+
 #ifdef __cplusplus
 static_assert(sizeof(_korve_data_packet) == 356, "packet size is part of the ABI");
 static_assert(offsetof(_korve_data_packet, axis1) == 0, "axis1 offset");
@@ -88,6 +121,7 @@ static_assert(offsetof(_korve_data_packet, graMR) == 92, "graMR offset");
 static_assert(offsetof(_korve_data_packet, commandCount) == 96, "commandCount offset");
 static_assert(offsetof(_korve_data_packet, commandBuffer) == 100, "commandBuffer offset");
 static_assert(sizeof(ZEPTAAxisMode) == 4 && sizeof(ZEPTASpeedGain) == 4, "modes are 32-bit");
+static_assert(sizeof(ZEPTAState) == 4 && sizeof(ZEPTADeviceKind) == 4, "codes are 32-bit");
 } /* namespace ZEPTASDK */
 using ZEPTASDK::_korve_data_packet;
 using ZEPTASDK::ZEPTAAxisMode;
@@ -98,6 +132,30 @@ using ZEPTASDK::ZEPTA_AXIS_PLATFORM;
 using ZEPTASDK::ZEPTA_SPEED_DEFAULT;
 using ZEPTASDK::ZEPTA_SPEED_FROM_MOTION;
 using ZEPTASDK::ZEPTA_SPEED_AS_WRITTEN;
+using ZEPTASDK::ZEPTAState;
+using ZEPTASDK::ZEPTADeviceKind;
+using ZEPTASDK::ZEPTA_STATE_NO_USB_DEVICE;
+using ZEPTASDK::ZEPTA_STATE_NO_DEVICE;
+using ZEPTASDK::ZEPTA_STATE_CALIBRATION_FAILED;
+using ZEPTASDK::ZEPTA_STATE_CALIBRATION_TIMED_OUT;
+using ZEPTASDK::ZEPTA_STATE_SHUT_DOWN;
+using ZEPTASDK::ZEPTA_STATE_INITIAL;
+using ZEPTASDK::ZEPTA_STATE_CALIBRATING;
+using ZEPTASDK::ZEPTA_STATE_RUNNING;
+using ZEPTASDK::ZEPTA_STATE_STOPPED;
+using ZEPTASDK::ZEPTA_STATE_CALIBRATION_REPEAT;
+using ZEPTASDK::ZEPTA_DEVICE_NONE;
+using ZEPTASDK::ZEPTA_DEVICE_KORVE_2DOF;
+using ZEPTASDK::ZEPTA_DEVICE_KORVE_4DOF;
+using ZEPTASDK::ZEPTA_DEVICE_KORVE_6DOF;
+using ZEPTASDK::ZEPTA_DEVICE_MOSSPOD;
+using ZEPTASDK::ZEPTA_DEVICE_GRANDE_QX;
+using ZEPTASDK::ZEPTA_DEVICE_GRANDE_500QX;
+using ZEPTASDK::ZEPTA_DEVICE_NEBULO_2DOF;
+using ZEPTASDK::ZEPTA_DEVICE_KICKBOARD_QX;
+using ZEPTASDK::ZEPTA_DEVICE_GRANDE;
+using ZEPTASDK::ZEPTA_DEVICE_TRAXEL;
+using ZEPTASDK::ZEPTA_DEVICE_PLIX;
 extern "C" {
 #elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
 _Static_assert(sizeof(_korve_data_packet) == 356, "packet size is part of the ABI");

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "allocation_count.h"
+#include "support/allocation_counter.h"
 #include "support/sandbox.h"
 #include "usb/controller.h"
 #include "usb/device_bridge.h"
@@ -45,6 +45,7 @@ TEST_F(UsbFrameAllocation, SteadyFramesOfFourAndSixAxisDevicesLeaveTheHeapAlone)
         // The first frame gives the reply line its length once.
         SendFrame(controller, 0);
 
+        zepta_test::CountAllocationsOnThisThread();
         zepta_test::StartCountingAllocations();
         for (int frame = 1; frame <= 50; ++frame) SendFrame(controller, frame);
         EXPECT_EQ(zepta_test::StopCountingAllocations(), 0u);

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <new>
 
-namespace zepta_bench {
+namespace zepta_test {
 
 namespace {
 
@@ -35,20 +35,20 @@ std::uint64_t StopCountingAllocations()
     return g_allocations.load();
 }
 
-}  // namespace zepta_bench
+}  // namespace zepta_test
 
 // The replaceable allocation functions. The array and nothrow forms of the
 // standard library call these two, and every form of delete frees with free().
 void* operator new(std::size_t size)
 {
-    zepta_bench::NoteAllocation();
+    zepta_test::NoteAllocation();
     if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
     throw std::bad_alloc();
 }
 
 void* operator new(std::size_t size, std::align_val_t alignment)
 {
-    zepta_bench::NoteAllocation();
+    zepta_test::NoteAllocation();
     const auto align = static_cast<std::size_t>(alignment);
     // aligned_alloc wants a size that is a multiple of the alignment.
     const std::size_t rounded = (size + align - 1) / align * align;
