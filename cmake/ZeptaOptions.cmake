@@ -16,3 +16,13 @@ if(_zepta_san)
   target_compile_options(zepta_build_flags INTERFACE ${_zepta_san})
   target_link_options(zepta_build_flags INTERFACE ${_zepta_san})
 endif()
+
+# Coverage instrumentation for libFuzzer everywhere, so that the fuzz targets
+# can be linked in the same tree as the sanitizer suite (clang only).
+option(ZEPTA_FUZZ "Also build the fuzz targets as libFuzzer programs (clang)" OFF)
+if(ZEPTA_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "ZEPTA_FUZZ needs clang")
+  endif()
+  target_compile_options(zepta_build_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

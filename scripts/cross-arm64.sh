@@ -13,7 +13,11 @@ cd "$(dirname "$0")/.."
 
 build="${1:-build-arm64}"
 
-cmake -S . -B "$build" -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake \
+launcher=()
+if command -v ccache >/dev/null; then
+  launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
+cmake -S . -B "$build" "${launcher[@]}" -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake \
   -DZEPTA_GTEST_FROM_SOURCE=ON -DZEPTA_BUILD_BENCH=OFF -DZEPTA_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build "$build" -j"$(nproc)"
 

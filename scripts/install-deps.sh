@@ -15,7 +15,8 @@ packages=(
   libcli11-dev                               # the zepta tool's command line
   python3 python3-setuptools python3-wheel   # the Python binding, its tests and pip install
   python3-pip python3-venv
-  clang-14 libclang-rt-14-dev                # fuzzing with libFuzzer
+  clang-14 libclang-rt-14-dev                # the sanitizer tree and libFuzzer
+  ccache                                     # rebuilds only what changed
   g++-aarch64-linux-gnu libc6-dev-arm64-cross qemu-user   # the 64-bit Arm build and its tests
   "$@"
 )

@@ -10,6 +10,10 @@ build="$1"
 shift
 jobs=$(nproc)
 
-cmake -S . -B "$build" "$@"
+launcher=()
+if command -v ccache >/dev/null; then
+  launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
+cmake -S . -B "$build" "${launcher[@]}" "$@"
 cmake --build "$build" -j"$jobs"
 scripts/sandbox.sh ctest --test-dir "$build" --output-on-failure -j"$jobs"
