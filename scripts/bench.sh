@@ -2,8 +2,9 @@
 # The benchmark suite: builds a Release tree, then runs the motion benchmarks
 # and the frame-path measurements inside the test sandbox (they open sessions,
 # pseudo-terminals and sockets). Prints one table of every figure with its
-# target and writes it to out/bench.json; Google Benchmark's own output for
-# the motion maths is kept in out/bench-motion.json.
+# target, writes it into bench/README.md between its markers and to
+# out/bench.json; Google Benchmark's own output for the motion maths is kept
+# in out/bench-motion.json.
 #
 #   bash scripts/bench.sh        (as root, from anywhere)
 #
@@ -20,4 +21,25 @@ cmake --build "$build" -j"$(nproc)" --target zepta_bench_motion zepta_bench_fram
 mkdir -p out
 scripts/sandbox.sh "$build/bench/zepta_bench_motion" \
   --benchmark_out=out/bench-motion.json --benchmark_out_format=json
-scripts/sandbox.sh "$build/bench/zepta_bench_frame" --motion out/bench-motion.json --json out/bench.json
+scripts/sandbox.sh "$build/bench/zepta_bench_frame" --motion out/bench-motion.json --json out/bench.json \
+  | tee out/bench.txt
+
+# The README names the machine by its size only.
+machine="$(nproc)-core $(uname -m | tr _ -)"
+if [ "$(systemd-detect-virt 2>/dev/null || echo none)" != none ] || grep -q hypervisor /proc/cpuinfo; then
+  machine="$machine virtual machine"
+else
+  machine="$machine machine"
+fi
+{
+  sed -n 's/^Machine: .*; \(load average.*\)$/Machine: '"$machine"'; \1/p' out/bench.txt
+  echo
+  grep '^|' out/bench.txt
+} > out/bench-table.md
+awk -v table=out/bench-table.md '
+  /<!-- bench table end -->/ { while ((getline line < table) > 0) print line; skipping = 0 }
+  !skipping { print }
+  /<!-- bench table start -->/ { skipping = 1 }
+' bench/README.md > out/bench-readme.md
+mv out/bench-readme.md bench/README.md
+echo "bench.sh: table written to bench/README.md"
