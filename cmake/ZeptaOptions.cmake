@@ -15,6 +15,12 @@ endif()
 if(_zepta_san)
   target_compile_options(zepta_build_flags INTERFACE ${_zepta_san})
   target_link_options(zepta_build_flags INTERFACE ${_zepta_san})
+  # clang links the C++ half of the sanitizer runtime only into C++ programs;
+  # a C program calls into the C++ library and needs it too.
+  if(CMAKE_C_COMPILER_ID STREQUAL "Clang")
+    target_link_options(zepta_build_flags INTERFACE
+      $<$<LINK_LANGUAGE:C>:-fsanitize-link-c++-runtime -lstdc++>)
+  endif()
 endif()
 
 # Coverage instrumentation for libFuzzer everywhere, so that the fuzz targets
