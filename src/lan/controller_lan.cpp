@@ -57,7 +57,7 @@ ControllerLAN::~ControllerLAN() { CloseSocket(); }
 bool ControllerLAN::Discovery()
 {
     Debug::Log(assignedSerial, Message::Log::LANModeStart);
-    if (!LanDiscovery::OpenPingSocket(udpSocket)) return false;
+    if (!LanDiscovery::OpenPingSocket(udpSocket, LanDiscovery::kLocalEndpoint)) return false;
     for (int round = 0; round < LanDiscovery::kPingRounds && deviceType == ZEPTA_DEVICE_NONE; ++round) {
         LanDiscovery::SendPing(udpSocket);
         ListenForReplies();

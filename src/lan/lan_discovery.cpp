@@ -62,11 +62,11 @@ bool ParseReply(const std::string& text, Reply& reply)
     return true;
 }
 
-bool OpenPingSocket(UdpSocket& socket)
+bool OpenPingSocket(UdpSocket& socket, const Ipv4Endpoint& local)
 {
     if (!socket.Open()) return false;
     socket.EnableBroadcast();
-    return socket.Bind(Ipv4Endpoint{kAnyAddress, kLocalPort});
+    return socket.Bind(local);
 }
 
 void SendPing(UdpSocket& socket)
@@ -124,7 +124,7 @@ bool DiscoverLanDevices(int listenMs, std::vector<LanDeviceInfo>& devices)
 {
     devices.clear();
     UdpSocket socket;
-    if (!LanDiscovery::OpenPingSocket(socket)) return false;
+    if (!LanDiscovery::OpenPingSocket(socket, LanDiscovery::kLocalEndpoint)) return false;
     const auto listen = std::chrono::milliseconds(std::max(listenMs, 0));
     const Clock::time_point start = Clock::now();
     for (int round = 0; round < LanDiscovery::kPingRounds; ++round) {

@@ -50,8 +50,10 @@ inline std::string DottedAddress(std::uint32_t address)
     return std::to_string(address >> 24) + "." + std::to_string((address >> 16) & 0xFF) + "." +
            std::to_string((address >> 8) & 0xFF) + "." + std::to_string(address & 0xFF);
 }
-// Opens the socket with broadcast enabled and binds it to the local discovery port.
-bool OpenPingSocket(UdpSocket& socket);
+// The local end of every discovery: any address, the local discovery port.
+constexpr Ipv4Endpoint kLocalEndpoint{kAnyAddress, kLocalPort};
+// Opens the socket with broadcast enabled and binds it to local.
+bool OpenPingSocket(UdpSocket& socket, const Ipv4Endpoint& local);
 void SendPing(UdpSocket& socket);
 
 }  // namespace LanDiscovery
