@@ -127,7 +127,7 @@ bool ControllerLAN::FinishFrame()
 {
     WaitAndDrainAck(kAckWaitMs);
     PauseBetweenFrames();
-    return udpSocket.IsOpen() && link.Get() >= ZEPTA_STATE_INITIAL;
+    return udpSocket.IsOpen() && link.IsUp();
 }
 
 void ControllerLAN::WaitAndDrainAck(int timeoutMs)

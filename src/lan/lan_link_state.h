@@ -18,6 +18,8 @@ public:
     explicit LanLinkState(std::string tag);
 
     int Get() const { return state.load(); }
+    // Searching, calibrating, running or stopped: frames still go out.
+    bool IsUp() const { return state.load() >= ZEPTA_STATE_INITIAL; }
     void NoDevice();
     // Discovery selected a device: the budget starts full.
     void Connected();
