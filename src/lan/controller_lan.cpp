@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <utility>
 
-#include "lan/device_types.h"
 #include "lan/lan_discovery.h"
 #include "lan/update_messages.h"
 #include "log/log_messages.h"
@@ -15,16 +14,11 @@ namespace ZEPTASDK {
 
 namespace {
 
-constexpr int kDiscoveryRounds = 3;
 // Each reply restarts the wait, so a round ends only after this much silence.
 constexpr std::chrono::milliseconds kReplyWait{333};
 // A flood of foreign datagrams must not keep one round listening forever.
 constexpr int kMaxRepliesPerRound = 1024;
 
-const std::string kNack = "NACK";
-const std::string kCack = "CACK";
-const std::string kAck = "ACK";
-constexpr int kAckBudget = 10;
 constexpr int kAckWaitMs = 30;
 // Longer datagrams are cut to this size; no acknowledgement needs more.
 constexpr std::size_t kAckBytes = 255;
@@ -36,6 +30,7 @@ constexpr int kMaxAcksPerDrain = 1024;
 constexpr long kFramePauseNanoseconds = 30000000;
 
 const std::string kAssignedDevice = "Assigned the device: ";
+
 void PauseBetweenFrames()
 {
     timespec remaining{0, kFramePauseNanoseconds};
@@ -45,18 +40,16 @@ void PauseBetweenFrames()
 
 }  // namespace
 
-ControllerLAN::ControllerLAN(std::string appCode, std::string assignedSerial)
-    : bindAddress{LanDiscovery::kAnyAddress, LanDiscovery::kLocalPort},
-      appCode(std::move(appCode)),
-      assignedSerial(std::move(assignedSerial))
+ControllerLAN::ControllerLAN(std::string code, std::string serial)
+    : appCode(std::move(code)), assignedSerial(std::move(serial)), link(assignedSerial)
 {
     if (Discovery()) {
         udpSocket.SetNonBlocking();
-        ackCountdown = kAckBudget;
+        link.Connected();
         return;
     }
     CloseSocket();
-    state = kStateNoDevice;
+    link.NoDevice();
 }
 
 ControllerLAN::~ControllerLAN() { CloseSocket(); }
@@ -64,18 +57,18 @@ ControllerLAN::~ControllerLAN() { CloseSocket(); }
 bool ControllerLAN::Discovery()
 {
     Debug::Log(assignedSerial, Message::Log::LANModeStart);
-    if (!LanDiscovery::OpenPingSocket(udpSocket, bindAddress)) return false;
-    for (int round = 0; round < kDiscoveryRounds && deviceType == LanDevice::kNone; ++round) {
+    if (!LanDiscovery::OpenPingSocket(udpSocket, LanDiscovery::kLocalEndpoint)) return false;
+    for (int round = 0; round < LanDiscovery::kPingRounds && deviceType == ZEPTA_DEVICE_NONE; ++round) {
         LanDiscovery::SendPing(udpSocket);
         ListenForReplies();
     }
-    return deviceType != LanDevice::kNone;
+    return deviceType != ZEPTA_DEVICE_NONE;
 }
 
 void ControllerLAN::ListenForReplies()
 {
     char reply[LanDiscovery::kReplyBytes];
-    for (int count = 0; count < kMaxRepliesPerRound && deviceType == LanDevice::kNone; ++count) {
+    for (int count = 0; count < kMaxRepliesPerRound && deviceType == ZEPTA_DEVICE_NONE; ++count) {
         if (!udpSocket.WaitReadable(kReplyWait)) return;
         const long received = udpSocket.ReceiveFrom(reply, sizeof reply, &deviceAddress);
         if (received >= 1) HandleDiscoveryReply(LanDiscovery::DatagramText(reply, received));
@@ -86,12 +79,10 @@ void ControllerLAN::HandleDiscoveryReply(const std::string& reply)
 {
     LanDiscovery::Reply pieces;
     if (!LanDiscovery::ParseReply(reply, pieces)) return;
-    const std::string& model = pieces.model;
-    const std::string& serial = pieces.serial;
     if (assignedSerial.empty()) {
-        SelectDevice(model, serial);
-    } else if (serial == assignedSerial && SelectDevice(model, serial)) {
-        Debug::Log(assignedSerial, kAssignedDevice + serial);
+        SelectDevice(pieces.model, pieces.serial);
+    } else if (pieces.serial == assignedSerial && SelectDevice(pieces.model, pieces.serial)) {
+        Debug::Log(assignedSerial, kAssignedDevice + pieces.serial);
     }
 }
 
@@ -110,9 +101,7 @@ void ControllerLAN::CloseSocket()
     if (!udpSocket.IsOpen()) return;
     Debug::Log(assignedSerial, Message::Log::LANModeStop);
     udpSocket.Close();
-    const int current = state.load();
-    // A refused (stopped) actuator stays visible after the close.
-    if (current >= kStateInitial && current <= kStateRunning) state = kStateClosed;
+    link.Closed();
 }
 
 bool ControllerLAN::SendUpdate(const _korve_data_packet& packet, ZEPTASpeedGain speedGain, ZEPTAAxisMode axisMode,
@@ -138,14 +127,14 @@ bool ControllerLAN::FinishFrame()
 {
     WaitAndDrainAck(kAckWaitMs);
     PauseBetweenFrames();
-    return udpSocket.IsOpen() && state.load() > kStateUpLimit;
+    return udpSocket.IsOpen() && link.IsUp();
 }
 
 void ControllerLAN::WaitAndDrainAck(int timeoutMs)
 {
     if (!udpSocket.IsOpen()) return;
     if (udpSocket.WaitReadable(std::chrono::milliseconds(timeoutMs))) DrainAcknowledgements();
-    SpendAcknowledgementBudget();
+    if (!link.SpendFrame()) CloseSocket();
 }
 
 void ControllerLAN::DrainAcknowledgements()
@@ -154,30 +143,8 @@ void ControllerLAN::DrainAcknowledgements()
     for (int count = 0; count < kMaxAcksPerDrain; ++count) {
         const long received = udpSocket.Receive(datagram, sizeof datagram);
         if (received < 1) return;
-        ClassifyAcknowledgement(LanDiscovery::DatagramText(datagram, received));
+        link.Acknowledge(LanDiscovery::DatagramText(datagram, received));
     }
-}
-
-// "NACK" and "CACK" both contain "ACK", so they are looked for first.
-void ControllerLAN::ClassifyAcknowledgement(const std::string& text)
-{
-    if (text.find(kNack) != std::string::npos) {
-        Debug::Log(assignedSerial, Message::Log::State::ShutDownActuator);
-        state = kStateStopped;
-    } else if (text.find(kCack) != std::string::npos) {
-        ackCountdown = kAckBudget;
-        state = kStateCalibrating;
-    } else if (text.find(kAck) != std::string::npos) {
-        ackCountdown = kAckBudget;
-        state = kStateRunning;
-    }
-}
-
-void ControllerLAN::SpendAcknowledgementBudget()
-{
-    if (--ackCountdown >= 0) return;
-    Debug::Log(assignedSerial, Message::Log::TimeOut);
-    CloseSocket();
 }
 
 }  // namespace ZEPTASDK

@@ -5,9 +5,9 @@
 #ifndef ZEPTA_LAN_CONTROLLER_LAN_H
 #define ZEPTA_LAN_CONTROLLER_LAN_H
 
-#include <atomic>
 #include <string>
 
+#include "lan/lan_link_state.h"
 #include "lan/udp_socket.h"
 #include "zepta/export.h"
 #include "zepta/zepta.h"
@@ -18,27 +18,14 @@ namespace ZEPTASDK {
 // may be called from other threads.
 class ZEPTA_API ControllerLAN {
 public:
-    // Link status values held in state, numbered like the session's states.
-    // Above kStateUpLimit the link is up.
-    static constexpr int kStateNoDevice = 1;
-    static constexpr int kStateClosed = 4;
-    static constexpr int kStateUpLimit = 5;
-    static constexpr int kStateInitial = 6;
-    static constexpr int kStateCalibrating = 7;
-    static constexpr int kStateRunning = 8;
-    static constexpr int kStateStopped = 9;
-
-    // Runs discovery. On success the link is up (state 6, socket
-    // non-blocking); otherwise state is 1 and there is no socket.
-    ControllerLAN(std::string appCode, std::string assignedSerial);
+    // Runs discovery. On success the link is up (ZEPTA_STATE_INITIAL, socket
+    // non-blocking); otherwise the state is ZEPTA_STATE_NO_DEVICE and there
+    // is no socket.
+    ControllerLAN(std::string code, std::string serial);
     ~ControllerLAN();
     ControllerLAN(const ControllerLAN&) = delete;
     ControllerLAN& operator=(const ControllerLAN&) = delete;
 
-    // Pings and listens for up to three rounds; true when a device was selected.
-    bool Discovery();
-    // Takes the device when model is known; false (and no change) otherwise.
-    bool SelectDevice(const std::string& model, const std::string& serial);
     // Ends the link; a second call does nothing.
     void CloseSocket();
 
@@ -47,36 +34,36 @@ public:
     // nothing and changing nothing, when a short-object value is not finite.
     bool SendUpdate(const _korve_data_packet& packet, ZEPTASpeedGain speedGain, ZEPTAAxisMode axisMode,
                     bool isOrigin);
-    // One frame as the binary record, for the types that take it.
+    // One frame as the binary record, for the kinds that take it.
     bool SendUpdateQX(const _korve_data_packet& packet, ZEPTASpeedGain speedGain, bool derivedAxes,
                       bool isOrigin);
     // Consumes every acknowledgement that arrives within the time-out or has
-    // queued up, and spends one unit of the acknowledgement budget; closes the
-    // link when the budget is exhausted.
+    // queued up, and spends one frame of the acknowledgement budget; closes
+    // the link when the budget is exhausted.
     void WaitAndDrainAck(int timeoutMs);
 
     bool HasSocket() const { return udpSocket.IsOpen(); }
-    int GetState() const { return state.load(); }
+    int GetState() const { return link.Get(); }
     unsigned GetDeviceType() const { return deviceType; }
     std::string GetSerialNumber() const { return serialNumber; }
 
 private:
+    // Pings and listens for up to three rounds; true when a device was selected.
+    bool Discovery();
     void ListenForReplies();
     void HandleDiscoveryReply(const std::string& reply);
-    void DrainAcknowledgements();
-    void ClassifyAcknowledgement(const std::string& text);
-    void SpendAcknowledgementBudget();
+    // Takes the device when model is known; false (and no change) otherwise.
+    bool SelectDevice(const std::string& model, const std::string& serial);
     bool FinishFrame();
+    void DrainAcknowledgements();
 
     UdpSocket udpSocket;
-    Ipv4Endpoint bindAddress;
     Ipv4Endpoint deviceAddress;   // the sender of the reply that selected the device
-    int ackCountdown = 0;
-    std::atomic<int> state{kStateInitial};   // written by the update thread, read by the application's
-    unsigned deviceType = 0;
+    unsigned deviceType = ZEPTA_DEVICE_NONE;
     std::string serialNumber;
     std::string appCode;
     std::string assignedSerial;
+    LanLinkState link;
 };
 
 }  // namespace ZEPTASDK

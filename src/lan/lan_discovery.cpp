@@ -4,15 +4,13 @@
 #include <chrono>
 #include <cstring>
 
-#include "lan/device_types.h"
-
 namespace ZEPTASDK {
 namespace LanDiscovery {
 
 namespace {
 
-const std::string kPing = "KORVE-PING";
 constexpr char kReplySeparator = '-';
+constexpr std::size_t kReplyPieces = 2;
 
 const std::string kLanDeviceFound = "LAN device found: ";
 const std::string kQx200Found = "QX200 LAN device found: ";
@@ -23,14 +21,14 @@ const std::string kGrandeFound = "OXB KB device found: ";
 
 // Looked up in this order; the first exact match wins.
 const KnownModel kKnownModels[] = {
-    {"KORVE2DOF", LanDevice::kKorve2Dof, kLanDeviceFound},
-    {"KORVE4DOF", LanDevice::kKorve4Dof, kLanDeviceFound},
-    {"KORVE6DOF", LanDevice::kKorve6Dof, kLanDeviceFound},
-    {"KORVEGRANDEQX", LanDevice::kKorveGrandeQx, kQx200Found},
-    {"KORVEGRANDE500QX", LanDevice::kKorveGrande500Qx, kQx500Found},
-    {"MOSSPOD", LanDevice::kMossPod, kMossPodFound},
-    {"KORVEKICKBOARDQX", LanDevice::kKorveKickboardQx, kKickboardFound},
-    {"KORVEGRANDE", LanDevice::kKorveGrande, kGrandeFound},
+    {"KORVE2DOF", ZEPTA_DEVICE_KORVE_2DOF, kLanDeviceFound},
+    {"KORVE4DOF", ZEPTA_DEVICE_KORVE_4DOF, kLanDeviceFound},
+    {"KORVE6DOF", ZEPTA_DEVICE_KORVE_6DOF, kLanDeviceFound},
+    {"KORVEGRANDEQX", ZEPTA_DEVICE_GRANDE_QX, kQx200Found},
+    {"KORVEGRANDE500QX", ZEPTA_DEVICE_GRANDE_500QX, kQx500Found},
+    {"MOSSPOD", ZEPTA_DEVICE_MOSSPOD, kMossPodFound},
+    {"KORVEKICKBOARDQX", ZEPTA_DEVICE_KICKBOARD_QX, kKickboardFound},
+    {"KORVEGRANDE", ZEPTA_DEVICE_GRANDE, kGrandeFound},
 };
 
 }  // namespace
@@ -52,13 +50,13 @@ bool ParseReply(const std::string& text, Reply& reply)
 {
     std::vector<std::string> pieces;
     std::size_t start = 0;
-    while (start <= text.size() && pieces.size() < 2) {
+    while (start <= text.size() && pieces.size() < kReplyPieces) {
         std::size_t end = text.find(kReplySeparator, start);
         if (end == std::string::npos) end = text.size();
         if (end > start) pieces.push_back(text.substr(start, end - start));
         start = end + 1;
     }
-    if (pieces.size() < 2) return false;
+    if (pieces.size() < kReplyPieces) return false;
     reply.model = pieces[0];
     reply.serial = pieces[1];
     return true;
@@ -80,8 +78,8 @@ void SendPing(UdpSocket& socket)
 
 namespace {
 
-// Pings at the start and twice more while listening, for devices that miss one.
-constexpr int kPingRounds = 3;
+using Clock = std::chrono::steady_clock;
+
 // Bounds the list when something floods the port with different replies.
 constexpr std::size_t kMaxDevices = 256;
 
@@ -99,34 +97,39 @@ void AddReply(const char* bytes, long received, const Ipv4Endpoint& from, std::v
     if (received < 1 || !LanDiscovery::ParseReply(LanDiscovery::DatagramText(bytes, received), reply)) return;
     LanDeviceInfo device;
     const LanDiscovery::KnownModel* known = LanDiscovery::FindKnownModel(reply.model);
-    device.deviceType = known != nullptr ? known->deviceType : LanDevice::kNone;
+    device.deviceType = known != nullptr ? known->deviceType : ZEPTA_DEVICE_NONE;
     device.model = std::move(reply.model);
     device.serialNumber = std::move(reply.serial);
     device.address = LanDiscovery::DottedAddress(from.address);
     if (devices.size() < kMaxDevices && !IsKnown(devices, device)) devices.push_back(std::move(device));
 }
 
+// Takes every reply that arrives before roundEnd.
+void ListenUntil(UdpSocket& socket, Clock::time_point roundEnd, std::vector<LanDeviceInfo>& devices)
+{
+    char reply[LanDiscovery::kReplyBytes];
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(roundEnd - Clock::now());
+        if (left.count() <= 0 || !socket.WaitReadable(left)) return;
+        Ipv4Endpoint from;
+        const long received = socket.ReceiveFrom(reply, sizeof reply, &from);
+        AddReply(reply, received, from, devices);
+    }
+}
+
 }  // namespace
 
+// The listening time is shared out evenly: each ping starts its round.
 bool DiscoverLanDevices(int listenMs, std::vector<LanDeviceInfo>& devices)
 {
-    using Clock = std::chrono::steady_clock;
     devices.clear();
     UdpSocket socket;
-    if (!LanDiscovery::OpenPingSocket(socket, {LanDiscovery::kAnyAddress, LanDiscovery::kLocalPort})) return false;
+    if (!LanDiscovery::OpenPingSocket(socket, LanDiscovery::kLocalEndpoint)) return false;
     const auto listen = std::chrono::milliseconds(std::max(listenMs, 0));
     const Clock::time_point start = Clock::now();
-    char reply[LanDiscovery::kReplyBytes];
-    for (int round = 0; round < kPingRounds; ++round) {
+    for (int round = 0; round < LanDiscovery::kPingRounds; ++round) {
         LanDiscovery::SendPing(socket);
-        const Clock::time_point roundEnd = start + listen * (round + 1) / kPingRounds;
-        for (;;) {
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(roundEnd - Clock::now());
-            if (left.count() <= 0 || !socket.WaitReadable(left)) break;
-            Ipv4Endpoint from;
-            const long received = socket.ReceiveFrom(reply, sizeof reply, &from);
-            AddReply(reply, received, from, devices);
-        }
+        ListenUntil(socket, start + listen * (round + 1) / LanDiscovery::kPingRounds, devices);
     }
     return true;
 }

@@ -10,21 +10,24 @@
 #include <vector>
 
 #include "lan/udp_socket.h"
-#include "zepta/export.h"
+#include "zepta/zepta.h"
 
 namespace ZEPTASDK {
 namespace LanDiscovery {
 
+inline const std::string kPing = "KORVE-PING";
 constexpr std::uint32_t kAnyAddress = 0x00000000;        // 0.0.0.0
 constexpr std::uint32_t kBroadcastAddress = 0xFFFFFFFF;  // 255.255.255.255
 constexpr std::uint16_t kDevicePort = 33551;
 constexpr std::uint16_t kLocalPort = 33552;
+// A discovery pings this often, for devices that miss one.
+constexpr int kPingRounds = 3;
 // Longer replies are cut to this size.
 constexpr std::size_t kReplyBytes = 128;
 
 struct KnownModel {
     const char* name;
-    unsigned deviceType;
+    ZEPTADeviceKind deviceType;
     const std::string& foundText;   // logged followed by the serial number
 };
 
@@ -47,6 +50,8 @@ inline std::string DottedAddress(std::uint32_t address)
     return std::to_string(address >> 24) + "." + std::to_string((address >> 16) & 0xFF) + "." +
            std::to_string((address >> 8) & 0xFF) + "." + std::to_string(address & 0xFF);
 }
+// The local end of every discovery: any address, the local discovery port.
+constexpr Ipv4Endpoint kLocalEndpoint{kAnyAddress, kLocalPort};
 // Opens the socket with broadcast enabled and binds it to local.
 bool OpenPingSocket(UdpSocket& socket, const Ipv4Endpoint& local);
 void SendPing(UdpSocket& socket);
@@ -56,7 +61,7 @@ void SendPing(UdpSocket& socket);
 // One device that answered a discovery ping.
 struct LanDeviceInfo {
     std::string model;
-    unsigned deviceType = 0;   // the model's device-type code; 0 for a model the library does not drive
+    unsigned deviceType = ZEPTA_DEVICE_NONE;   // the model's kind; none for a model the library does not drive
     std::string serialNumber;
     std::string address;       // the sender of the reply, "a.b.c.d"
 };
@@ -65,7 +70,7 @@ struct LanDeviceInfo {
 // distinct answer that arrives within listenMs milliseconds, in the order of
 // arrival. False, with nothing found, when the local port cannot be bound
 // (for instance while a session's discovery holds it).
-ZEPTA_API bool DiscoverLanDevices(int listenMs, std::vector<LanDeviceInfo>& devices);
+bool DiscoverLanDevices(int listenMs, std::vector<LanDeviceInfo>& devices);
 
 }  // namespace ZEPTASDK
 

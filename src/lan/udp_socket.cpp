@@ -38,41 +38,41 @@ bool UdpSocket::Open()
 {
     Close();
     const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (fd == 0) close(fd);
-    if (fd < 1) return false;
-    fd_ = fd;
+    if (fd == kNoSocket) close(fd);
+    if (fd <= kNoSocket) return false;
+    socketFd = fd;
     return true;
 }
 
 void UdpSocket::Close()
 {
-    if (fd_ == 0) return;
-    close(fd_);
-    fd_ = 0;
+    if (socketFd == kNoSocket) return;
+    close(socketFd);
+    socketFd = kNoSocket;
 }
 
 void UdpSocket::EnableBroadcast()
 {
     const int enable = 1;
-    setsockopt(fd_, SOL_SOCKET, SO_BROADCAST, &enable, sizeof enable);
+    setsockopt(socketFd, SOL_SOCKET, SO_BROADCAST, &enable, sizeof enable);
 }
 
 bool UdpSocket::Bind(const Ipv4Endpoint& local)
 {
     const sockaddr_in address = ToSockaddr(local);
-    return bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    return bind(socketFd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
 void UdpSocket::SetNonBlocking()
 {
     int enable = 1;
-    ioctl(fd_, FIONBIO, &enable);
+    ioctl(socketFd, FIONBIO, &enable);
 }
 
 void UdpSocket::SendTo(const void* data, std::size_t size, const Ipv4Endpoint& to)
 {
     const sockaddr_in address = ToSockaddr(to);
-    sendto(fd_, data, size, 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    sendto(socketFd, data, size, 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
 bool UdpSocket::WaitReadable(std::chrono::milliseconds timeout)
@@ -80,7 +80,7 @@ bool UdpSocket::WaitReadable(std::chrono::milliseconds timeout)
     // poll rather than select: select cannot watch descriptors above FD_SETSIZE,
     // which a busy host process may well hand out.
     const auto clamped = std::clamp<std::chrono::milliseconds::rep>(timeout.count(), 0, INT_MAX);
-    pollfd watched{fd_, POLLIN, 0};
+    pollfd watched{socketFd, POLLIN, 0};
     return poll(&watched, 1, static_cast<int>(clamped)) == 1 && (watched.revents & POLLIN) != 0;
 }
 
@@ -89,11 +89,11 @@ long UdpSocket::ReceiveFrom(char* buffer, std::size_t size, Ipv4Endpoint* from)
     sockaddr_in sender;
     std::memset(&sender, 0, sizeof sender);
     socklen_t senderSize = sizeof sender;
-    const long received = recvfrom(fd_, buffer, size, 0, reinterpret_cast<sockaddr*>(&sender), &senderSize);
+    const long received = recvfrom(socketFd, buffer, size, 0, reinterpret_cast<sockaddr*>(&sender), &senderSize);
     if (received >= 0) *from = FromSockaddr(sender);
     return received;
 }
 
-long UdpSocket::Receive(char* buffer, std::size_t size) { return recv(fd_, buffer, size, 0); }
+long UdpSocket::Receive(char* buffer, std::size_t size) { return recv(socketFd, buffer, size, 0); }
 
 }  // namespace ZEPTASDK

@@ -26,7 +26,7 @@ public:
     // Opens a close-on-exec datagram socket (closing one held before).
     // False when the system gives none, or only descriptor 0.
     bool Open();
-    bool IsOpen() const { return fd_ != 0; }
+    bool IsOpen() const { return socketFd != kNoSocket; }
     void Close();
 
     void EnableBroadcast();
@@ -44,7 +44,9 @@ public:
     long Receive(char* buffer, std::size_t size);
 
 private:
-    int fd_ = 0;
+    static constexpr int kNoSocket = 0;
+
+    int socketFd = kNoSocket;
 };
 
 }  // namespace ZEPTASDK

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <limits>
 
-#include "lan/device_types.h"
 #include "lan/json.h"
 
 namespace ZEPTASDK {
@@ -104,7 +103,7 @@ void FillFromPacket(const Packet& packet, bool uniformSpeed, Words& words)
 
 void FillOrigin(unsigned deviceType, Words& words)
 {
-    const bool grande = deviceType == LanDevice::kKorveGrandeQx || deviceType == LanDevice::kKorveGrande500Qx;
+    const bool grande = deviceType == ZEPTA_DEVICE_GRANDE_QX || deviceType == ZEPTA_DEVICE_GRANDE_500QX;
     for (std::size_t axis = 0; axis < kAxes; ++axis) {
         words[kFirstPositionWord + axis] = grande ? kOriginPositionGrande : kOriginPositionOther;
         words[kFirstSpeedWord + axis] = kOriginSpeed;
@@ -144,7 +143,7 @@ std::uint16_t ScaleToWord(float value, double factor)
 std::string EncodeJson(const Packet& packet, unsigned deviceType, ZEPTASpeedGain speedGain,
                        ZEPTAAxisMode axisMode, bool isOrigin)
 {
-    const picojson::value object = deviceType == LanDevice::kMossPod
+    const picojson::value object = deviceType == ZEPTA_DEVICE_MOSSPOD
                                        ? ShortObject(packet, speedGain)
                                        : FullObject(packet, speedGain, axisMode, isOrigin);
     return object.serialize();

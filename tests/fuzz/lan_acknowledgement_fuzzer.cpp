@@ -20,7 +20,6 @@
 
 namespace {
 
-using ZEPTASDK::ControllerLAN;
 using zepta_fuzz::Require;
 
 const std::string kFrameEnd = "=";
@@ -33,50 +32,40 @@ constexpr std::size_t kMostDatagrams = 96;
 constexpr std::size_t kMostDatagramBytes = 300;
 
 // What the controller should have made of the datagrams so far.
-class AckModel {
-public:
-    void Queue(const std::string& datagram)
-    {
-        if (open_) queued_.push_back(datagram);
-    }
-
+struct AckModel {
     void Drain()
     {
-        if (!open_) return;
-        for (int count = 0; count < kMostPerDrain && !queued_.empty(); ++count) {
-            const std::string datagram = queued_.front();
-            queued_.pop_front();
+        if (!open) return;
+        for (int count = 0; count < kMostPerDrain && !queued.empty(); ++count) {
+            const std::string datagram = queued.front();
+            queued.pop_front();
             if (datagram.empty()) break;
             Classify(datagram.substr(0, kAckBytes));
         }
-        if (--countdown_ >= 0) return;
-        open_ = false;
-        queued_.clear();
-        if (state_ != ControllerLAN::kStateStopped) state_ = ControllerLAN::kStateClosed;
+        if (--countdown >= 0) return;
+        open = false;
+        queued.clear();
+        if (state != ZEPTA_STATE_STOPPED) state = ZEPTA_STATE_SHUT_DOWN;
     }
 
-    bool Open() const { return open_; }
-    int State() const { return state_; }
-
-private:
     void Classify(const std::string& cut)
     {
         const std::string text = cut.substr(0, std::strlen(cut.c_str()));
         if (text.find("NACK") != std::string::npos) {
-            state_ = ControllerLAN::kStateStopped;
+            state = ZEPTA_STATE_STOPPED;
         } else if (text.find("CACK") != std::string::npos) {
-            countdown_ = kBudget;
-            state_ = ControllerLAN::kStateCalibrating;
+            countdown = kBudget;
+            state = ZEPTA_STATE_CALIBRATING;
         } else if (text.find("ACK") != std::string::npos) {
-            countdown_ = kBudget;
-            state_ = ControllerLAN::kStateRunning;
+            countdown = kBudget;
+            state = ZEPTA_STATE_RUNNING;
         }
     }
 
-    std::deque<std::string> queued_;
-    int countdown_ = kBudget;
-    int state_ = ControllerLAN::kStateInitial;
-    bool open_ = true;
+    std::deque<std::string> queued;
+    int countdown = kBudget;
+    int state = ZEPTA_STATE_INITIAL;
+    bool open = true;
 };
 
 std::vector<std::vector<std::string>> Frames(const std::uint8_t* data, std::size_t size)
@@ -104,15 +93,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const std::vector<std::string>& datagrams : Frames(data, size)) {
         for (const std::string& datagram : datagrams) {
             zepta_fuzz::SendToController(datagram);
-            model.Queue(datagram);
+            if (model.open) model.queued.push_back(datagram);
         }
         // An empty frame need not wait: nothing is on its way.
         controller->WaitAndDrainAck(datagrams.empty() ? 0 : kAckWaitMs);
         model.Drain();
         const std::string where = " after frame " + std::to_string(frame++);
-        Require(controller->HasSocket() == model.Open(), "the link is open exactly as long as the budget lasts" + where);
-        Require(controller->GetState() == model.State(),
-                "state " + std::to_string(controller->GetState()) + " should be " + std::to_string(model.State()) + where);
+        Require(controller->HasSocket() == model.open, "the link is open exactly as long as the budget lasts" + where);
+        Require(controller->GetState() == model.state,
+                "state " + std::to_string(controller->GetState()) + " should be " + std::to_string(model.state) + where);
     }
     zepta_fuzz::DrainLog();
     return 0;

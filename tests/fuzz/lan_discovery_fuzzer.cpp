@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "fuzz_support.h"
@@ -30,21 +31,21 @@ const std::string kSentinelModel = "KORVE2DOF";
 const std::string kUnassignedSentinel = "SENTINEL";
 
 struct Choice {
-    unsigned deviceType = 0;
+    unsigned deviceType = ZEPTA_DEVICE_NONE;
     std::string serial;
 };
 
 unsigned KnownType(const std::string& model)
 {
-    static const struct {
-        const char* name;
-        unsigned type;
-    } kModels[] = {{"KORVE2DOF", 1},     {"KORVE4DOF", 2},        {"KORVE6DOF", 3}, {"KORVEGRANDEQX", 5},
-                   {"KORVEGRANDE500QX", 6}, {"MOSSPOD", 4}, {"KORVEKICKBOARDQX", 101}, {"KORVEGRANDE", 102}};
+    static const std::pair<const char*, ZEPTADeviceKind> kModels[] = {
+        {"KORVE2DOF", ZEPTA_DEVICE_KORVE_2DOF},         {"KORVE4DOF", ZEPTA_DEVICE_KORVE_4DOF},
+        {"KORVE6DOF", ZEPTA_DEVICE_KORVE_6DOF},         {"KORVEGRANDEQX", ZEPTA_DEVICE_GRANDE_QX},
+        {"KORVEGRANDE500QX", ZEPTA_DEVICE_GRANDE_500QX}, {"MOSSPOD", ZEPTA_DEVICE_MOSSPOD},
+        {"KORVEKICKBOARDQX", ZEPTA_DEVICE_KICKBOARD_QX}, {"KORVEGRANDE", ZEPTA_DEVICE_GRANDE}};
     for (const auto& known : kModels) {
-        if (model == known.name) return known.type;
+        if (model == known.first) return known.second;
     }
-    return 0;
+    return ZEPTA_DEVICE_NONE;
 }
 
 // The non-empty pieces between hyphens of the reply's text, which ends at its
@@ -73,7 +74,7 @@ Choice ExpectedChoice(const std::string& assigned, const std::vector<std::string
         if (pieces.size() < 2) continue;
         if (!assigned.empty() && pieces[1] != assigned) continue;
         const unsigned type = KnownType(pieces[0]);
-        if (type != 0) return {type, pieces[1]};
+        if (type != ZEPTA_DEVICE_NONE) return {type, pieces[1]};
     }
     return {};
 }
@@ -98,9 +99,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     replies.push_back(kSentinelModel + "-" + (assigned.empty() ? kUnassignedSentinel : assigned));
 
     const Choice expected = ExpectedChoice(assigned, replies);
-    Require(expected.deviceType != 0, "the sentinel is a valid reply");
+    Require(expected.deviceType != ZEPTA_DEVICE_NONE, "the sentinel is a valid reply");
     const auto controller = zepta_fuzz::DiscoverWithReplies(assigned, replies);
-    Require(controller->HasSocket() && controller->GetState() == 6, "discovery ends with the link up");
+    Require(controller->HasSocket() && controller->GetState() == ZEPTA_STATE_INITIAL, "discovery ends with the link up");
     Require(controller->GetDeviceType() == expected.deviceType,
             "the first suitable reply chooses the device type " + std::to_string(expected.deviceType) + ", not " +
                 std::to_string(controller->GetDeviceType()));

@@ -2,9 +2,9 @@
 // network devices inside the sandbox.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
-#include <thread>
 
 #include "lan_emulator/lan_device_emulator.h"
 #include "session_test_support.h"
@@ -15,6 +15,17 @@ using namespace zepta_test;
 using zepta_tools::LanDeviceEmulator;
 using zepta_tools::LanDeviceOptions;
 using zepta_tools::ReceivedDatagram;
+using Datagrams = LanDeviceEmulator::Datagrams;
+
+enum class Form { Full, Short, Binary };
+
+struct Model {
+    const char* name;
+    ZEPTADeviceKind kind;
+    const char* foundText;
+    Form form;
+    std::uint16_t originPosition;   // for the binary form
+};
 
 LanDeviceOptions Device(const std::string& model, const std::string& serial, const std::string& address = "127.0.0.2")
 {
@@ -25,93 +36,60 @@ LanDeviceOptions Device(const std::string& model, const std::string& serial, con
     return options;
 }
 
+bool HasForm(const ReceivedDatagram& datagram, Form form)
+{
+    if (form == Form::Binary) return datagram.kind == ReceivedDatagram::Kind::Binary;
+    return datagram.kind == ReceivedDatagram::Kind::Json &&
+           datagram.json.contains("isOrg") == (form == Form::Full) && datagram.json.contains("vib") == (form == Form::Short);
+}
+
+bool IsOrigin(const ReceivedDatagram& datagram, const Model& model)
+{
+    if (model.form == Form::Full) return datagram.json.get("isOrg").evaluate_as_boolean();
+    const auto& words = datagram.words;
+    return std::all_of(&words[1], &words[7], [&](std::uint16_t word) { return word == model.originPosition; }) &&
+           words[13] == 800;
+}
+
 class LanSession : public SessionTest {
 protected:
-
-    // Opens a session, waits for the first acknowledged frame and for the
-    // frames to go quiet, then forgets what the device received so far.
-    void Connect(LanDeviceEmulator& device, int axisMode = ZEPTA_AXIS_BASE)
+    bool Received(const LanDeviceEmulator& device, const std::function<bool(const ReceivedDatagram&)>& matches)
     {
-        handle_ = zeptaOpen("TEST");
-        zeptaSetAxisProcessingMode(handle_, axisMode);
-        ASSERT_TRUE(WaitConnected(handle_)) << DrainLog();
-        std::size_t seen = device.Received().size();
-        for (int i = 0; i < 40; ++i) {
-            std::this_thread::sleep_for(200ms);
-            std::size_t now = device.Received().size();
-            if (now == seen) break;
-            seen = now;
-        }
-        device.ClearReceived();
+        return device.WaitFor([&](const Datagrams& all) { return std::any_of(all.begin(), all.end(), matches); }, 10s);
     }
-
-    ReceivedDatagram Frame(LanDeviceEmulator& device, const _korve_data_packet& packet)
-    {
-        device.ClearReceived();
-        zeptaWrite(handle_, &packet);
-        EXPECT_TRUE(device.WaitForCount(1, 10s));
-        auto received = device.Received();
-        return received.empty() ? ReceivedDatagram() : received.front();
-    }
-
 };
 
-TEST_F(LanSession, EveryModelConnectsWithItsDeviceKind)
+TEST_F(LanSession, EveryModelIsFoundAndGetsItsFormOfUpdateAndOrigin)
 {
-    const struct {
-        const char* model;
-        int kind;
-    } models[] = {{"KORVE2DOF", 1}, {"KORVE4DOF", 2}, {"KORVE6DOF", 3}, {"KORVEGRANDEQX", 5},
-                  {"KORVEGRANDE500QX", 6}, {"MOSSPOD", 4}, {"KORVEKICKBOARDQX", 101}, {"KORVEGRANDE", 102}};
-    for (const auto& model : models) {
-        SCOPED_TRACE(model.model);
-        LanDeviceEmulator device(Device(model.model, "LAN77"));
-        int h = zeptaOpen("TEST");
-        ASSERT_TRUE(WaitConnected(h)) << DrainLog();
-        EXPECT_EQ(zeptaGetDevice(h), model.kind);
-        EXPECT_STREQ(zeptaGetSerialNumber(h), "LAN77");
-        EXPECT_EQ(zeptaGetStatusEXT4(h), 0);
-        EXPECT_EQ(zeptaClose(h), h);
-        std::string log = DrainLog();
-        EXPECT_NE(log.find("LAN mode started.\n"), std::string::npos) << log;
+    const Model models[] = {
+        {"KORVE2DOF", ZEPTA_DEVICE_KORVE_2DOF, "LAN device found: ", Form::Full, 0},
+        {"KORVE4DOF", ZEPTA_DEVICE_KORVE_4DOF, "LAN device found: ", Form::Full, 0},
+        {"KORVE6DOF", ZEPTA_DEVICE_KORVE_6DOF, "LAN device found: ", Form::Full, 0},
+        {"KORVEGRANDEQX", ZEPTA_DEVICE_GRANDE_QX, "QX200 LAN device found: ", Form::Binary, 300},
+        {"KORVEGRANDE500QX", ZEPTA_DEVICE_GRANDE_500QX, "QX500 LAN device found: ", Form::Binary, 300},
+        {"MOSSPOD", ZEPTA_DEVICE_MOSSPOD, "MOSSPOD device found: ", Form::Short, 0},
+        {"KORVEKICKBOARDQX", ZEPTA_DEVICE_KICKBOARD_QX, "LAN OEM KB device found: ", Form::Binary, 5000},
+        {"KORVEGRANDE", ZEPTA_DEVICE_GRANDE, "OXB KB device found: ", Form::Full, 0}};
+    for (const Model& model : models) {
+        SCOPED_TRACE(model.name);
+        LanDeviceEmulator device(Device(model.name, "LAN77"));
+        handle_ = zeptaOpen("TEST");
+        ASSERT_TRUE(WaitConnected(handle_)) << DrainLog();
+        EXPECT_EQ(zeptaGetDevice(handle_), model.kind);
+        EXPECT_STREQ(zeptaGetSerialNumber(handle_), "LAN77");
+        EXPECT_TRUE(Received(device, [&](const ReceivedDatagram& d) { return HasForm(d, model.form); }));
+        if (model.form != Form::Short) {
+            zeptaSetOriginMode(handle_, 1);
+            EXPECT_TRUE(Received(device, [&](const ReceivedDatagram& d) { return IsOrigin(d, model); }));
+        }
+        EXPECT_EQ(zeptaClose(handle_), handle_);
+        handle_ = -1;
+        const Datagrams all = device.Received();
+        EXPECT_TRUE(std::all_of(all.begin(), all.end(), [&](const ReceivedDatagram& d) { return HasForm(d, model.form); }));
+        const std::string log = DrainLog();
+        EXPECT_NE(log.find(std::string("LAN mode started.\n") + model.foundText + "LAN77\n"), std::string::npos) << log;
         EXPECT_NE(log.find("LAN mode stopped.\n"), std::string::npos) << log;
     }
-}
-
-TEST_F(LanSession, FourAxisDeviceReceivesTheFullObject)
-{
-    LanDeviceEmulator device(Device("KORVE4DOF", "A1"));
-    Connect(device, ZEPTA_AXIS_MANUAL);
-    ReceivedDatagram datagram = Frame(device, NeutralPacket());
-    EXPECT_EQ(datagram.bytes,
-              "{\"acc\":500,\"ax1\":500,\"ax2\":500,\"ax3\":500,\"ax4\":500,\"ax5\":500,\"ax6\":500,"
-              "\"axisProc\":0,\"graMR\":0,\"heave\":0,\"isOrg\":false,\"pitch\":0,\"roll\":0,\"rotMR\":1000,"
-              "\"spd1\":667,\"spd2\":667,\"spd3\":667,\"spd4\":667,\"spd5\":667,\"spd6\":667,"
-              "\"spdGain\":0,\"surge\":0,\"sway\":0,\"yaw\":0}");
-}
-
-TEST_F(LanSession, StewartPlatformReceivesBinaryRecordsWithinTheStroke)
-{
-    LanDeviceEmulator device(Device("KORVEGRANDE500QX", "QX5"));
-    Connect(device);
-    _korve_data_packet packet = NeutralPacket();
-    packet.graMR = 1.0f;
-    packet.pitch = 1.0f;
-    packet.heave = -1.0f;
-    packet.roll = 0.7f;
-    for (int i = 0; i < 5; ++i) {
-        ReceivedDatagram datagram = Frame(device, packet);
-        ASSERT_EQ(datagram.kind, ReceivedDatagram::Kind::Binary);
-        EXPECT_EQ(datagram.words[0], 14);
-        for (int w = 1; w <= 6; ++w) {
-            EXPECT_GE(datagram.words[w], 199);
-            EXPECT_LE(datagram.words[w], 9800);
-        }
-    }
-    zeptaSetOriginMode(handle_, 1);
-    ReceivedDatagram origin = Frame(device, packet);
-    for (int w = 1; w <= 6; ++w) EXPECT_EQ(origin.words[w], 300);
-    EXPECT_EQ(origin.words[13], 800);
 }
 
 // While the device answers "CACK" it is calibrating: every frame restarts the
@@ -119,72 +97,37 @@ TEST_F(LanSession, StewartPlatformReceivesBinaryRecordsWithinTheStroke)
 TEST_F(LanSession, CalibratingDeviceGetsResetFrames)
 {
     LanDeviceEmulator device(Device("KORVEGRANDEQX", "QX2"));
-    Connect(device);
+    handle_ = zeptaOpen("TEST");
+    ASSERT_TRUE(WaitConnected(handle_)) << DrainLog();
     zepta_tools::AckScript calibrating;
     calibrating.replies = {"CACK"};
     device.SetAckScript(calibrating);
-    _korve_data_packet packet = NeutralPacket();
-    Frame(device, packet);
-    ASSERT_TRUE(WaitUntil([this] { return zeptaGetState(handle_) == 7; }, 5s));
-    ReceivedDatagram datagram = Frame(device, packet);
-    for (int w = 7; w <= 12; ++w) EXPECT_EQ(datagram.words[w], 10050) << w;
-    EXPECT_EQ(datagram.words[13], 9800);
+    ASSERT_TRUE(WaitUntil([this] { return zeptaGetState(handle_) == ZEPTA_STATE_CALIBRATING; }, 10s));
+    device.ClearReceived();
+    const _korve_data_packet packet = NeutralPacket();
+    zeptaWrite(handle_, &packet);
+    EXPECT_TRUE(Received(device, [](const ReceivedDatagram& d) {
+        return std::all_of(&d.words[7], &d.words[13], [](std::uint16_t word) { return word == 10050; }) &&
+               d.words[13] == 9800;
+    }));
     EXPECT_TRUE(zeptaIsRunning(handle_));
 }
 
-TEST_F(LanSession, QueuedTextCommandsNeverReachTheNetwork)
-{
-    LanDeviceEmulator device(Device("KORVE2DOF", "B2"));
-    Connect(device);
-    _korve_data_packet packet = NeutralPacket();
-    packet.commandCount = 3;
-    std::strcpy(packet.commandBuffer, "secret");
-    for (int i = 0; i < 3; ++i) Frame(device, packet);
-    std::this_thread::sleep_for(200ms);
-    for (const auto& datagram : device.Received()) {
-        EXPECT_EQ(datagram.bytes.find("secret"), std::string::npos);
-        EXPECT_EQ(datagram.kind, ReceivedDatagram::Kind::Json);
-    }
-}
-
-TEST_F(LanSession, SilentAcknowledgementsCloseTheLink)
-{
-    LanDeviceOptions options = Device("KORVE6DOF", "C3");
-    LanDeviceEmulator device(options);
-    Connect(device);
-    zepta_tools::AckScript silent;
-    silent.replies.clear();
-    device.SetAckScript(silent);
-    _korve_data_packet packet = NeutralPacket();
-    // Frames keep coming; after ten unacknowledged sends the eleventh closes the link.
-    ASSERT_TRUE(WaitUntil([&] {
-        zeptaWrite(handle_, &packet);
-        return zeptaGetState(handle_) == 4;
-    }, 20s)) << DrainLog();
-    EXPECT_FALSE(zeptaIsRunning(handle_));
-    std::string log = DrainLog();
-    EXPECT_NE(log.find("Device not responding. Please reboot the device.\nLAN mode stopped.\n"), std::string::npos)
-        << log;
-    // Later frames send nothing.
-    device.ClearReceived();
-    zeptaWrite(handle_, &packet);
-    std::this_thread::sleep_for(300ms);
-    EXPECT_TRUE(device.Received().empty());
-}
-
-TEST_F(LanSession, AssignedSerialSelectsThatDeviceAmongSeveral)
+TEST_F(LanSession, AssignedSerialSelectsThatDeviceAndQueuedTextCommandsNeverReachIt)
 {
     LanDeviceEmulator first(Device("KORVE4DOF", "FIRST", "127.0.0.2"));
     LanDeviceEmulator second(Device("KORVE2DOF", "SECOND", "127.0.0.3"));
     handle_ = zeptaOpenSerialAssign("TEST", "SECOND");
     ASSERT_TRUE(WaitConnected(handle_)) << DrainLog();
-    EXPECT_EQ(zeptaGetDevice(handle_), 1);
-    EXPECT_STREQ(zeptaGetSerialNumber(handle_), "SECOND");
+    EXPECT_EQ(zeptaGetDevice(handle_), ZEPTA_DEVICE_KORVE_2DOF);
     _korve_data_packet packet = NeutralPacket();
-    zeptaWrite(handle_, &packet);
-    EXPECT_TRUE(second.WaitForCount(1, 10s));
+    packet.commandCount = 3;
+    std::strcpy(packet.commandBuffer, "secret");
+    for (int frame = 0; frame < 3; ++frame) zeptaWrite(handle_, &packet);
+    ASSERT_TRUE(second.WaitForCount(3, 10s));
+    for (const auto& datagram : second.Received()) EXPECT_TRUE(HasForm(datagram, Form::Full)) << datagram.bytes;
     EXPECT_TRUE(first.Received().empty());
-    std::string log = DrainLog();
+    const std::string log = DrainLog();
     EXPECT_NE(log.find("SECOND: LAN device found: SECOND\nSECOND: Assigned the device: SECOND\n"), std::string::npos)
         << log;
 }
