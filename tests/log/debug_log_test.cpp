@@ -15,8 +15,7 @@ std::string DrainAll()
 {
     std::string all;
     char buffer[512];
-    int n;
-    while ((n = Debug::GetBackLogData(buffer, sizeof buffer)) > 0) all.append(buffer, static_cast<std::size_t>(n));
+    for (int n; (n = Debug::GetBackLogData(buffer, sizeof buffer)) > 0;) all.append(buffer, static_cast<std::size_t>(n));
     return all;
 }
 

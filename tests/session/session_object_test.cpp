@@ -2,7 +2,7 @@
 // the queue of text commands that Write fills.
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -34,8 +34,15 @@ TEST(SessionObject, NewSessionReadsItsInitialValues)
     session.Close();
     session.Close();
     EXPECT_FALSE(session.GetZEPTAStatus());
-    // One buffer serves every session.
-    EXPECT_EQ(session.GetZEPTASerialNumber(), ZEPTA().GetZEPTASerialNumber());
+    EXPECT_EQ(session.GetZEPTASerialNumber(), ZEPTA().GetZEPTASerialNumber());  // one buffer for all
+}
+
+TEST(SessionObject, DefaultPacketIsZeroBesideItsNeutralValues)
+{
+    _korve_data_packet packet = ZEPTASDK::DefaultZEPTAPacket();
+    packet.rotMR = 0.0f;
+    const char* bytes = reinterpret_cast<const char*>(&packet);
+    EXPECT_EQ(std::string(bytes + offsetof(_korve_data_packet, roll), bytes + sizeof packet), std::string(304, '\0'));
 }
 
 TEST(CommandQueue, QueuesEachTextAsOftenAsAskedOldestFirstUpToOneHundred)
