@@ -11,25 +11,25 @@ Backlog& Backlog::Instance()
 
 void Backlog::Append(const std::string& line)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> guard(lock);
     for (char c : line) {
-        if (chars_.size() >= kCapacity) break;
-        chars_.push_back(c);
+        if (chars.size() >= kCapacity) break;
+        chars.push_back(c);
     }
-    size_.store(static_cast<int>(chars_.size()), std::memory_order_relaxed);
+    charCount.store(static_cast<int>(chars.size()), std::memory_order_relaxed);
 }
 
 int Backlog::Drain(char* buffer, int size)
 {
     if (buffer == nullptr) return -1;
-    std::unique_lock<std::mutex> lock(mutex_, std::try_to_lock);
-    if (!lock.owns_lock() || size < 1) return 0;
+    std::unique_lock<std::mutex> guard(lock, std::try_to_lock);
+    if (!guard.owns_lock() || size < 1) return 0;
     int copied = 0;
-    while (copied < size && !chars_.empty()) {
-        buffer[copied++] = chars_.front();
-        chars_.pop_front();
+    while (copied < size && !chars.empty()) {
+        buffer[copied++] = chars.front();
+        chars.pop_front();
     }
-    size_.store(static_cast<int>(chars_.size()), std::memory_order_relaxed);
+    charCount.store(static_cast<int>(chars.size()), std::memory_order_relaxed);
     return copied;
 }
 

@@ -20,12 +20,12 @@ public:
     void Append(const std::string& line);
     // Never waits for a logging thread: returns 0 when the lock is busy.
     int Drain(char* buffer, int size);
-    int Size() const { return size_.load(std::memory_order_relaxed); }
+    int Size() const { return charCount.load(std::memory_order_relaxed); }
 
 private:
-    std::mutex mutex_;
-    std::deque<char> chars_;       // guarded by mutex_
-    std::atomic<int> size_{0};     // mirrors chars_.size() for lock-free hints
+    std::mutex lock;
+    std::deque<char> chars;            // guarded by lock
+    std::atomic<int> charCount{0};     // mirrors chars.size() for lock-free hints
 };
 
 }  // namespace ZEPTASDK

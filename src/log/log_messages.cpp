@@ -30,11 +30,6 @@ const std::string StopActuator = "Actuator stopped.";
 const std::string ShutDownActuator = "Actuator shut down.";
 }  // namespace State
 
-std::string ComUsed(const std::string& port)
-{
-    return "[" + port + "] is currently in use.";
-}
-
 std::string ComUsedLinux(const std::string& port)
 {
     return "[" + port + "] is already in use or access is not permitted.";

@@ -35,7 +35,6 @@ extern const std::string StopActuator;
 extern const std::string ShutDownActuator;
 }  // namespace State
 
-std::string ComUsed(const std::string& port);
 // Logged by the serial port when it cannot open a device.
 std::string ComUsedLinux(const std::string& port);
 

@@ -7,7 +7,6 @@
 namespace ZEPTASDK {
 
 namespace {
-constexpr int kStateSearching = 6;
 constexpr int kNoHandle = -1;
 // An open yields to every session still searching for its device, so that
 // sessions opened back to back do not probe the same ports at once.
@@ -23,14 +22,14 @@ SessionTable& SessionTable::Instance()
 
 int SessionTable::Open(const char* appCode, const char* serialAssign)
 {
-    std::lock_guard<std::mutex> guard(tableLock_);
+    std::lock_guard<std::mutex> guard(tableLock);
     WaitForSearchingSessions();
     int handle = FirstFreeSlot();
     if (handle == kNoHandle) return kNoHandle;
     auto session = std::make_unique<ZEPTA>();
     ZEPTA* raw = session.release();
-    slots_[handle] = raw;
-    if (handle == size_) size_ = handle + 1;
+    slots[handle] = raw;
+    if (handle == used) used = handle + 1;
     // A null text throws from here; the slot keeps the unopened session until
     // zeptaClose, and the guard releases the lock on the way out.
     raw->Open(appCode, serialAssign);
@@ -39,41 +38,41 @@ int SessionTable::Open(const char* appCode, const char* serialAssign)
 
 int SessionTable::Close(int handle)
 {
-    std::lock_guard<std::mutex> guard(tableLock_);
+    std::lock_guard<std::mutex> guard(tableLock);
     ZEPTA* session = Find(handle);
     if (session == nullptr) return kNoHandle;
     session->Close();
-    slots_[handle] = nullptr;
+    slots[handle] = nullptr;
     delete session;
     return handle;
 }
 
 ZEPTA* SessionTable::Find(int handle) const
 {
-    if (handle < 0 || handle >= size_) return nullptr;
-    return slots_[handle];
+    if (handle < 0 || handle >= used) return nullptr;
+    return slots[handle];
 }
 
 bool SessionTable::IsBeyondTable(int handle) const
 {
-    return handle < 0 || handle >= size_;
+    return handle < 0 || handle >= used;
 }
 
 int SessionTable::FirstFreeSlot() const
 {
-    const int size = size_;
-    for (int i = 0; i < size; ++i) {
-        if (slots_[i] == nullptr) return i;
+    const int count = used;
+    for (int i = 0; i < count; ++i) {
+        if (slots[i] == nullptr) return i;
     }
-    return size < kMaxSessions ? size : kNoHandle;
+    return count < kMaxSessions ? count : kNoHandle;
 }
 
 void SessionTable::WaitForSearchingSessions() const
 {
-    const int size = size_;
-    for (int i = 0; i < size; ++i) {
-        ZEPTA* session = slots_[i];
-        if (session != nullptr && session->GetState() == kStateSearching) {
+    const int count = used;
+    for (int i = 0; i < count; ++i) {
+        ZEPTA* session = slots[i];
+        if (session != nullptr && session->GetState() == ZEPTA_STATE_INITIAL) {
             std::this_thread::sleep_for(kSearchingSessionDelay);
         }
     }

@@ -35,9 +35,9 @@ private:
     int FirstFreeSlot() const;
     void WaitForSearchingSessions() const;
 
-    std::mutex tableLock_;                          // serialises Open and Close
-    std::atomic<ZEPTA*> slots_[kMaxSessions] = {};  // written under tableLock_
-    std::atomic<int> size_{0};                      // slots ever used; written under tableLock_
+    std::mutex tableLock;                          // serialises Open and Close
+    std::atomic<ZEPTA*> slots[kMaxSessions] = {};  // written under tableLock
+    std::atomic<int> used{0};                      // slots ever used; written under tableLock
 };
 
 }  // namespace ZEPTASDK

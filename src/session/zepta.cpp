@@ -1,18 +1,18 @@
 // ZEPTA's members on the application's side: lifecycle, Write, the mode
-// setters and the read-outs. The update thread lives in update_thread.cpp.
+// setters and the read-outs. The update thread and the frame path live in
+// update_thread.cpp.
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
+#include "session/version.h"
 #include "session/zepta_impl.h"
 
 namespace ZEPTASDK {
 
 namespace {
 
-const char kVersion[] = "5.01";
-constexpr int kInitialState = 6;
-constexpr int kRunningAbove = 5;
-constexpr std::size_t kCommandQueueLimit = 100;
+const char kVersion[] = ZEPTA_VERSION_TEXT;
 constexpr std::size_t kSerialNumberBufferSize = 64;
 
 // The text std::string itself reports for a null pointer.
@@ -95,13 +95,7 @@ int ZEPTA::Write(const _korve_data_packet* packet)
 {
     if (packet == nullptr) return 0;
     impl->shared.latestPacket.store(*packet);
-    if (packet->commandCount > 0) {
-        std::string text(packet->commandBuffer, strnlen(packet->commandBuffer, sizeof packet->commandBuffer));
-        std::lock_guard<std::mutex> guard(impl->commandQueueLock);
-        for (int32_t i = 0; i < packet->commandCount && impl->commandQueue.size() < kCommandQueueLimit; ++i) {
-            impl->commandQueue.push_back(text);
-        }
-    }
+    impl->commandQueue.Add(*packet);
     WakeThread(impl->shared);
     return 0;
 }
@@ -172,7 +166,7 @@ int ZEPTA::GetState()
     std::lock_guard<std::mutex> guard(impl->controllersLock);
     if (impl->lanController) return impl->lanController->GetState();
     if (impl->usbController) return impl->usbController->GetState();
-    return kInitialState;
+    return ZEPTA_STATE_INITIAL;
 }
 
 bool ZEPTA::GetZEPTAStatus()
@@ -194,8 +188,8 @@ bool ZEPTA::IsRunning() const
 {
     if (impl->shared.stop) return false;
     std::lock_guard<std::mutex> guard(impl->controllersLock);
-    if (impl->lanController) return impl->lanController->GetState() > kRunningAbove;
-    if (impl->usbController) return impl->usbController->GetState() > kRunningAbove;
+    if (impl->lanController) return impl->lanController->GetState() >= ZEPTA_STATE_INITIAL;
+    if (impl->usbController) return impl->usbController->GetState() >= ZEPTA_STATE_INITIAL;
     return true;
 }
 
@@ -203,12 +197,6 @@ int ZEPTA::GetStatusEXT4() const
 {
     std::lock_guard<std::mutex> guard(impl->controllersLock);
     return impl->usbController ? impl->usbController->GetStatusCode() : 0;
-}
-
-void ZEPTA::CalcToAxisPacket(_korve_data_packet& packet, bool reset)
-{
-    ConversionModes modes{impl->deviceKind, impl->axisMode, impl->speedMode};
-    impl->converter.Convert(packet, reset, modes, std::chrono::system_clock::now());
 }
 
 }  // namespace ZEPTASDK

@@ -3,13 +3,12 @@
 #define ZEPTA_SESSION_ZEPTA_IMPL_H
 
 #include <atomic>
-#include <deque>
 #include <memory>
 #include <mutex>
-#include <string>
 
 #include "lan/controller_lan.h"
 #include "motion/axis_converter.h"
+#include "session/command_queue.h"
 #include "session/session_state.h"
 #include "usb/controller.h"
 #include "usb/device_bridge.h"
@@ -30,7 +29,7 @@ struct ZEPTA::Impl {
     void (*updateCallback)() = nullptr;   // guarded by shared.lock
 
     // Plain values read by the update thread once per frame.
-    std::atomic<int> deviceKind{0};
+    std::atomic<int> deviceKind{ZEPTA_DEVICE_NONE};
     std::atomic<bool> originMode{false};
     std::atomic<int> axisMode{ZEPTA_AXIS_BASE};
     std::atomic<int> speedMode{ZEPTA_SPEED_DEFAULT};
@@ -38,10 +37,7 @@ struct ZEPTA::Impl {
     // Conversion state and the platform; touched by the update thread only.
     AxisConverter converter;
 
-    // Texts queued by Write for the device. Guarded by its own lock so that a
-    // Write carrying a command never waits for a frame in progress.
-    std::deque<std::string> commandQueue;
-    std::mutex commandQueueLock;
+    CommandQueue commandQueue;
 };
 
 }  // namespace ZEPTASDK

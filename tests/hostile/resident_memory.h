@@ -1,6 +1,6 @@
-// The resident memory of this process, to check that hostile peers and
-// repeated sessions leave no growing footprint. Margins must be generous:
-// allocators and the sanitizers' shadow memory keep pages of their own.
+// The resident memory of this process, to check that hostile peers leave no
+// growing footprint. Margins must be generous: allocators and the sanitizers'
+// shadow memory keep pages of their own.
 #ifndef ZEPTA_TESTS_HOSTILE_RESIDENT_MEMORY_H
 #define ZEPTA_TESTS_HOSTILE_RESIDENT_MEMORY_H
 
@@ -15,8 +15,7 @@ namespace zepta_test {
 inline std::size_t ResidentBytes()
 {
     std::ifstream statm("/proc/self/statm");
-    std::size_t sizePages = 0;
-    std::size_t residentPages = 0;
+    std::size_t sizePages = 0, residentPages = 0;
     if (!(statm >> sizePages >> residentPages)) return 0;
     return residentPages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }

@@ -1,82 +1,78 @@
-// The session object on the application's side, without a running thread.
+// The session object on the application's side without a running thread, and
+// the queue of text commands that Write fills.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <stdexcept>
+#include <cstddef>
 #include <string>
+#include <vector>
 
+#include "session/command_queue.h"
 #include "zepta/ZEPTA.hpp"
-
-using ZEPTASDK::ZEPTA;
 
 namespace {
 
-TEST(SessionObject, FreshSessionReportsItsInitialValues)
+using ZEPTASDK::CommandQueue;
+using ZEPTASDK::ZEPTA;
+using Texts = std::vector<std::string>;
+
+TEST(SessionObject, NewSessionReadsItsInitialValues)
 {
     ZEPTA session;
     EXPECT_FALSE(session.GetOriginMode());
     EXPECT_EQ(session.GetAxisProcessingMode(), ZEPTA_AXIS_BASE);
     EXPECT_EQ(session.GetSpeedGainMode(), ZEPTA_SPEED_DEFAULT);
-    EXPECT_EQ(session.GetState(), 6);
-    EXPECT_EQ(session.GetZEPTADevice(), 0);
+    EXPECT_EQ(session.GetState(), ZEPTA_STATE_INITIAL);
+    EXPECT_EQ(session.GetZEPTADevice(), ZEPTA_DEVICE_NONE);
     EXPECT_STREQ(session.GetVersion(), "5.01");
     EXPECT_TRUE(session.IsRunning());
     EXPECT_TRUE(session.GetZEPTAStatus());
     EXPECT_EQ(session.GetStatusEXT4(), 0);
     EXPECT_STREQ(session.GetZEPTASerialNumber(), "");
     EXPECT_STREQ(session.GetAppCode(), "");
-}
-
-TEST(SessionObject, SettersStoreTheModes)
-{
-    ZEPTA session;
-    session.SetOriginMode(true);
-    session.SetAxisProcessingMode(ZEPTA_AXIS_PLATFORM);
-    session.SetSpeedGainMode(ZEPTA_SPEED_AS_WRITTEN);
-    EXPECT_TRUE(session.GetOriginMode());
-    EXPECT_EQ(session.GetAxisProcessingMode(), ZEPTA_AXIS_PLATFORM);
-    EXPECT_EQ(session.GetSpeedGainMode(), ZEPTA_SPEED_AS_WRITTEN);
-}
-
-TEST(SessionObject, WriteAlwaysReturnsZeroWhateverThePacket)
-{
-    ZEPTA session;
-    _korve_data_packet packet = ZEPTASDK::DefaultZEPTAPacket();
-    EXPECT_EQ(session.Write(&packet), 0);
-    packet.commandCount = -3;
-    EXPECT_EQ(session.Write(&packet), 0);
-    // A command text without its NUL is read up to the buffer's end, never past it.
-    packet.commandCount = 1000;
-    std::memset(packet.commandBuffer, 'x', sizeof packet.commandBuffer);
-    EXPECT_EQ(session.Write(&packet), 0);
     EXPECT_EQ(session.Write(nullptr), 0);
-}
-
-TEST(SessionObject, SerialNumberBufferIsSharedBetweenSessions)
-{
-    ZEPTA first;
-    ZEPTA second;
-    const char* a = first.GetZEPTASerialNumber();
-    const char* b = second.GetZEPTASerialNumber();
-    EXPECT_EQ(a, b);
-}
-
-TEST(SessionObject, CloseWithoutOpenAndTwiceIsHarmless)
-{
-    ZEPTA session;
+    // Closing a session that never ran, twice, only marks it stopped.
     session.Close();
     session.Close();
     EXPECT_FALSE(session.GetZEPTAStatus());
+    EXPECT_EQ(session.GetZEPTASerialNumber(), ZEPTA().GetZEPTASerialNumber());  // one buffer for all
 }
 
-TEST(SessionObject, NullTextsRaiseLogicErrorWithoutStartingTheThread)
+TEST(SessionObject, DefaultPacketIsZeroBesideItsNeutralValues)
 {
-    ZEPTA session;
-    EXPECT_THROW(session.Open(nullptr, "S"), std::logic_error);
-    EXPECT_THROW(session.Open("APP", nullptr), std::logic_error);
-    // The application identifier was stored before the null assignment was found.
-    EXPECT_STREQ(session.GetAppCode(), "APP");
-    session.Close();
+    _korve_data_packet packet = ZEPTASDK::DefaultZEPTAPacket();
+    packet.rotMR = 0.0f;
+    const char* bytes = reinterpret_cast<const char*>(&packet);
+    EXPECT_EQ(std::string(bytes + offsetof(_korve_data_packet, roll), bytes + sizeof packet), std::string(304, '\0'));
+}
+
+TEST(CommandQueue, QueuesEachTextAsOftenAsAskedOldestFirstUpToOneHundred)
+{
+    CommandQueue queue;
+    auto add = [&queue](const std::string& text, int32_t count) {
+        _korve_data_packet packet = ZEPTASDK::DefaultZEPTAPacket();
+        text.copy(packet.commandBuffer, sizeof packet.commandBuffer);
+        packet.commandCount = count;
+        queue.Add(packet);
+    };
+    auto takeAll = [&queue] {
+        Texts texts;
+        while (auto text = queue.Take()) texts.push_back(*text);
+        return texts;
+    };
+    add("a1", 2);
+    add("zero", 0);
+    add("negative", -3);
+    add("b", 1);
+    EXPECT_EQ(takeAll(), (Texts{"a1", "a1", "b"}));
+    add("x", 60);
+    add("y", 60);
+    const Texts texts = takeAll();
+    ASSERT_EQ(texts.size(), 100u);
+    EXPECT_EQ(texts[59] + texts[60], "xy");
+    // A text without its NUL ends with the buffer.
+    const std::string full(256, 'z');
+    add(full, 1);
+    EXPECT_EQ(takeAll(), (Texts{full}));
 }
 
 }  // namespace

@@ -1,29 +1,14 @@
 #include "session_test_support.h"
 
-#include <dirent.h>
-
-#include <cstring>
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <sstream>
 #include <thread>
 
 #include "zepta/ZEPTA.hpp"
 
 namespace zepta_test {
-
-namespace {
-
-int CountEntries(const char* directory)
-{
-    DIR* dir = opendir(directory);
-    if (dir == nullptr) return -1;
-    int count = 0;
-    while (dirent* entry = readdir(dir)) {
-        if (entry->d_name[0] != '.') ++count;
-    }
-    closedir(dir);
-    return count;
-}
-
-}  // namespace
 
 bool WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout)
 {
@@ -39,16 +24,12 @@ std::string DrainLog()
 {
     std::string all;
     char buffer[1024];
-    // A logging thread may hold the lock for a moment: retry a busy read.
-    for (int idle = 0; idle < 3;) {
-        int n = zeptaGetBackLog(buffer, sizeof buffer);
-        if (n > 0) {
-            all.append(buffer, static_cast<std::size_t>(n));
-            idle = 0;
-        } else {
-            if (zeptaBackLogDataAvailable() == 0) ++idle;
-            std::this_thread::sleep_for(1ms);
-        }
+    // A logging thread may hold the lock for a moment: a busy read is retried
+    // until the backlog has read empty three times in a row.
+    for (int idle = 0; idle < 3; std::this_thread::sleep_for(1ms)) {
+        const int n = zeptaGetBackLog(buffer, sizeof buffer);
+        all.append(buffer, static_cast<std::size_t>(std::max(n, 0)));
+        idle = n > 0 ? 0 : idle + (zeptaBackLogDataAvailable() == 0 ? 1 : 0);
     }
     return all;
 }
@@ -56,19 +37,14 @@ std::string DrainLog()
 std::vector<std::string> SplitLines(const std::string& text)
 {
     std::vector<std::string> lines;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        lines.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
 
 bool WaitConnected(int handle, std::chrono::milliseconds timeout)
 {
-    return WaitUntil([handle] { return zeptaGetState(handle) == 8; }, timeout);
+    return WaitUntil([handle] { return zeptaGetState(handle) == ZEPTA_STATE_RUNNING; }, timeout);
 }
 
 bool WaitStopped(int handle, std::chrono::milliseconds timeout)
@@ -78,12 +54,12 @@ bool WaitStopped(int handle, std::chrono::milliseconds timeout)
 
 int ThreadCount()
 {
-    return CountEntries("/proc/self/task");
+    return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 
 int OpenDescriptorCount()
 {
-    return CountEntries("/proc/self/fd");
+    return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
 _korve_data_packet NeutralPacket()

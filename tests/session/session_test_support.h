@@ -24,7 +24,7 @@ std::string DrainLog();
 // Lines of text, without their line feeds.
 std::vector<std::string> SplitLines(const std::string& text);
 
-// Waits for the session to reach state 8 (connected and running).
+// Waits for the session to reach ZEPTA_STATE_RUNNING.
 bool WaitConnected(int handle, std::chrono::milliseconds timeout = 20s);
 
 // Waits for the session's thread to end by itself.
