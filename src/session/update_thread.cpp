@@ -187,10 +187,13 @@ void StartThread(ZEPTA::Impl& impl)
 
 // USB first, then the LAN. A stop requested before or during the search is
 // honoured at each step.
-Link Connect(ZEPTA::Impl& impl)
+Link Connect(ZEPTA& session, ZEPTA::Impl& impl)
 {
     if (impl.shared.stop) return Link::None;
     if (ConnectUsb(impl)) return Link::Usb;
+    // A failed USB search keeps no controller, so this writes nothing: the
+    // controller has already logged why it failed.
+    session.LogError();
     if (impl.shared.stop) return Link::None;
     return ConnectLan(impl) ? Link::Lan : Link::None;
 }
@@ -270,7 +273,7 @@ void FinishThread(ZEPTA::Impl& impl)
 void ZEPTA::ThreadUpdate()
 {
     StartThread(*impl);
-    const Link link = Connect(*impl);
+    const Link link = Connect(*this, *impl);
     if (link == Link::None) {
         FinishThread(*impl);
         return;
