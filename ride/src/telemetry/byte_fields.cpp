@@ -9,13 +9,6 @@ namespace zepta_ride {
 
 namespace {
 
-std::uint32_t ReadBytes(const std::uint8_t* p, std::size_t count)
-{
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < count; ++i) value |= static_cast<std::uint32_t>(p[i]) << (8 * i);
-    return value;
-}
-
 void WriteBytes(std::uint8_t* p, std::size_t count, std::uint32_t value)
 {
     for (std::size_t i = 0; i < count; ++i) p[i] = static_cast<std::uint8_t>(value >> (8 * i));
@@ -32,24 +25,6 @@ std::uint32_t Saturated(double value)
 }
 
 }  // namespace
-
-double ReadField(const std::uint8_t* data, Field field)
-{
-    const std::uint32_t raw = ReadBytes(data + field.offset, FieldSize(field.type));
-    double value = 0.0;
-    switch (field.type) {
-    case FieldType::F32: {
-        float f;
-        std::memcpy(&f, &raw, sizeof f);
-        value = f;
-        break;
-    }
-    case FieldType::S16: value = static_cast<std::int16_t>(raw); break;
-    case FieldType::S32: value = static_cast<std::int32_t>(raw); break;
-    default: value = raw; break;
-    }
-    return value * field.scale;
-}
 
 void WriteField(std::uint8_t* data, Field field, double value)
 {

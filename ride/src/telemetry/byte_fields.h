@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace zepta_ride {
 
@@ -45,8 +46,30 @@ constexpr VectorField At(VectorField v, std::size_t base)
     return {At(v.x, base), At(v.y, base), At(v.z, base)};
 }
 
-// The caller has checked that the field lies inside the datagram.
-double ReadField(const std::uint8_t* data, Field field);
+// Little-endian bytes as an unsigned number, whatever the host's order.
+inline std::uint32_t ReadBytes(const std::uint8_t* p, std::size_t count)
+{
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < count; ++i) value |= static_cast<std::uint32_t>(p[i]) << (8 * i);
+    return value;
+}
+
+// The caller has checked that the field lies inside the datagram. Inline, so
+// that a field from a layout table compiles down to a load.
+inline double ReadField(const std::uint8_t* data, Field field)
+{
+    const std::uint32_t raw = ReadBytes(data + field.offset, FieldSize(field.type));
+    switch (field.type) {
+    case FieldType::F32: {
+        float f;
+        std::memcpy(&f, &raw, sizeof f);
+        return f * field.scale;
+    }
+    case FieldType::S16: return static_cast<std::int16_t>(raw) * field.scale;
+    case FieldType::S32: return static_cast<std::int32_t>(raw) * field.scale;
+    default: return raw * field.scale;
+    }
+}
 // Stores `value` / scale; integer fields round and saturate, non-finite -> 0.
 void WriteField(std::uint8_t* data, Field field, double value);
 

@@ -11,19 +11,6 @@ constexpr double kUnitTolerance = 0.1;
 
 }  // namespace
 
-Vec3 operator+(Vec3 a, Vec3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-Vec3 operator-(Vec3 a, Vec3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-Vec3 operator*(double s, Vec3 v) { return {s * v.x, s * v.y, s * v.z}; }
-double Dot(Vec3 a, Vec3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-double Length(Vec3 v) { return std::sqrt(Dot(v, v)); }
-
-Vec3 Cross(Vec3 a, Vec3 b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-
-bool IsFinite(Vec3 v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
-
 bool IsUnit(Vec3 v) { return std::fabs(Length(v) - 1.0) <= kUnitTolerance; }
 
 BodyAxes AxesFromAttitude(const Attitude& a)
@@ -70,8 +57,5 @@ Vec3 ToWorld(const BodyAxes& axes, Vec3 body)
 {
     return body.x * axes.fwd + body.y * axes.left + body.z * axes.up;
 }
-
-Vec3 FromYUpWorld(Vec3 v) { return {v.z, v.x, v.y}; }
-Vec3 ToYUpWorld(Vec3 v) { return {v.y, v.z, v.x}; }
 
 }  // namespace zepta_ride

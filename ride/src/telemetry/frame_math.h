@@ -4,6 +4,8 @@
 #ifndef ZEPTA_RIDE_TELEMETRY_FRAME_MATH_H
 #define ZEPTA_RIDE_TELEMETRY_FRAME_MATH_H
 
+#include <cmath>
+
 namespace zepta_ride {
 
 struct Vec3 {
@@ -12,13 +14,19 @@ struct Vec3 {
     double z;
 };
 
-Vec3 operator+(Vec3 a, Vec3 b);
-Vec3 operator-(Vec3 a, Vec3 b);
-Vec3 operator*(double s, Vec3 v);
-double Dot(Vec3 a, Vec3 b);
-Vec3 Cross(Vec3 a, Vec3 b);
-double Length(Vec3 v);
-bool IsFinite(Vec3 v);
+// Inline: they run several times for every datagram.
+inline Vec3 operator+(Vec3 a, Vec3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
+inline Vec3 operator-(Vec3 a, Vec3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+inline Vec3 operator*(double s, Vec3 v) { return {s * v.x, s * v.y, s * v.z}; }
+inline double Dot(Vec3 a, Vec3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+inline double Length(Vec3 v) { return std::sqrt(Dot(v, v)); }
+inline bool IsFinite(Vec3 v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
+
+inline Vec3 Cross(Vec3 a, Vec3 b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
 // Within the tolerance that game direction vectors keep.
 bool IsUnit(Vec3 v);
 
@@ -50,8 +58,8 @@ Vec3 ToWorld(const BodyAxes& axes, Vec3 body);
 
 // The world of the Codemasters engine (legacy stream and F1): Y up,
 // right-handed, heading measured from +Z toward +X.
-Vec3 FromYUpWorld(Vec3 v);
-Vec3 ToYUpWorld(Vec3 v);
+inline Vec3 FromYUpWorld(Vec3 v) { return {v.z, v.x, v.y}; }
+inline Vec3 ToYUpWorld(Vec3 v) { return {v.y, v.z, v.x}; }
 
 }  // namespace zepta_ride
 

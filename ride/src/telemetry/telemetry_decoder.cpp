@@ -39,7 +39,8 @@ bool WithinLimits(const MotionSample& s)
            within(s.pitch, kMaxUnwrappedAngle) && within(s.yaw, kMaxUnwrappedAngle);
 }
 
-double Wrapped(double angle) { return std::remainder(angle, 2.0 * kPi); }
+// Games mostly send angles already wrapped, which skips the slow remainder.
+double Wrapped(double angle) { return std::fabs(angle) <= kPi ? angle : std::remainder(angle, 2.0 * kPi); }
 
 }  // namespace
 
@@ -100,7 +101,8 @@ DecodeOutcome TelemetryDecoder::DecodeAs(TelemetryFormat format, const std::uint
 // Magic first, then the F1 header, then the sizes that only one format uses;
 // any other whole number of floats from 152 bytes is the Codemasters stream.
 // Older F1 headers are recognised so that their packets, many of which are
-// a whole number of floats, are never read as Codemasters.
+// a whole number of floats, are never read as Codemasters; OutGauge is
+// recognised by size as the dashboard stream beside BeamNG's motion.
 DecodeOutcome TelemetryDecoder::DecodeRecognised(const std::uint8_t* data, std::size_t size,
                                                  MotionSample& sample)
 {
@@ -117,6 +119,8 @@ DecodeOutcome TelemetryDecoder::DecodeRecognised(const std::uint8_t* data, std::
         format = TelemetryFormat::Forza;
     } else if (HasOlderF1Header(data, size)) {
         return Rejected(TelemetryFormat::F1, DropReason::WrongMagic);
+    } else if (size == beamng::kOutGaugeSize || size == beamng::kOutGaugeSizeWithId) {
+        return Rejected(TelemetryFormat::BeamNG, DropReason::NotMotion);
     }
     return DecodeAs(format, data, size, sample);
 }

@@ -54,6 +54,9 @@ constexpr Field kLongitudinalG{140, F32, kStandardGravity};  // + forward
 namespace beamng {
 constexpr char kMagic[] = "BNG1";
 constexpr std::size_t kSize = 88;
+// OutGauge, the dashboard stream BeamNG and LFS send, often to the same port.
+constexpr std::size_t kOutGaugeSize = 92;
+constexpr std::size_t kOutGaugeSizeWithId = 96;
 constexpr VectorField kWorldVelocity{{16, F32, 1.0}, {20, F32, 1.0}, {24, F32, 1.0}};
 constexpr VectorField kAcceleration{{28, F32, 1.0}, {32, F32, 1.0}, {36, F32, 1.0}};
 constexpr VectorField kWorldUp{{40, F32, 1.0}, {44, F32, 1.0}, {48, F32, 1.0}};

@@ -53,6 +53,7 @@ TEST(Rejection, WrongSizesAndMagicsPerFormat)
     ExpectDropped(any, Datagram(1464).U16(0, 2021), DropReason::WrongMagic, "F1 2021 header");
     ExpectDropped(any, Datagram(41).Text(0, "DATA").S32(5, 20), DropReason::NotMotion, "X-Plane position only");
     ExpectDropped(any, Datagram(1352).U16(0, 2024).U8(2, 24).U8(6, 6), DropReason::NotMotion, "F1 telemetry");
+    ExpectDropped(any, Datagram(96).Text(4, "beam"), DropReason::NotMotion, "OutGauge");
 
     TelemetryDecoder beamng(TelemetryFormat::BeamNG);
     ExpectDropped(beamng, Datagram(88).Text(0, "BNG2"), DropReason::WrongMagic, "other BeamNG protocol");
@@ -65,7 +66,7 @@ TEST(Rejection, WrongSizesAndMagicsPerFormat)
 
     EXPECT_EQ(any.Dropped(DropReason::WrongSize), 7u);
     EXPECT_EQ(any.Dropped(DropReason::WrongMagic), 2u);
-    EXPECT_EQ(any.Dropped(DropReason::NotMotion), 2u);
+    EXPECT_EQ(any.Dropped(DropReason::NotMotion), 3u);
     EXPECT_EQ(any.Decoded(), 0u);
 }
 
