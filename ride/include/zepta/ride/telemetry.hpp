@@ -55,7 +55,9 @@ public:
     // the reason is counted. Never allocates, never reads out of bounds.
     // Formats that send no angular velocity get their rates from successive
     // datagrams, so feed one decoder one game's stream in order.
-    // A value beyond 20 g or 20 rad/s, or one not finite, drops the datagram.
+    // A value that is not finite drops the datagram as non-finite; one beyond
+    // 20 g, 20 rad/s, 10 km/s or 1e5 rad as absurd. Angles come out wrapped
+    // into -pi..pi.
     DecodeOutcome Decode(const std::uint8_t* data, std::size_t size, MotionSample& sample);
 
     std::uint64_t Dropped(DropReason reason) const;
