@@ -125,15 +125,5 @@ TEST_F(SafetyStageTest, BadCuesAndAgesAreSafeAndCounted)
     EXPECT_EQ(stage.BadInputs(), 302u);
 }
 
-TEST(SafetyStateName, NamesEveryState)
-{
-    EXPECT_STREQ(SafetyStateName(SafetyState::RampIn), "ramp-in");
-    EXPECT_STREQ(SafetyStateName(SafetyState::Live), "live");
-    EXPECT_STREQ(SafetyStateName(SafetyState::Hold), "hold");
-    EXPECT_STREQ(SafetyStateName(SafetyState::RampOut), "ramp-out");
-    EXPECT_STREQ(SafetyStateName(SafetyState::Parked), "parked");
-    EXPECT_STREQ(SafetyStateName(SafetyState::Stopping), "stopping");
-}
-
 }  // namespace
 }  // namespace zepta_ride
