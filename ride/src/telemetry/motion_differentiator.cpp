@@ -22,11 +22,15 @@ MotionDifferentiator::Derived MotionDifferentiator::Step(double time, const Body
     if (primed && dt >= kMinStep && dt <= kMaxStep) {
         // For a body turning at w, d(axis)/dt = w x axis, so the component of
         // each axis' change along the next axis is the rate about the third.
+        // Projecting on the axes halfway through the step keeps the error
+        // second order.
+        const BodyAxes mid{0.5 * (axes.fwd + previousAxes.fwd), 0.5 * (axes.left + previousAxes.left),
+                           0.5 * (axes.up + previousAxes.up)};
         const double perSecond = 1.0 / dt;
-        derived.rates = perSecond * Vec3{Dot(axes.left - previousAxes.left, axes.up),
-                                         Dot(axes.up - previousAxes.up, axes.fwd),
-                                         Dot(axes.fwd - previousAxes.fwd, axes.left)};
-        derived.accelUp = perSecond * Dot(worldVelocity - previousVelocity, axes.up);
+        derived.rates = perSecond * Vec3{Dot(axes.left - previousAxes.left, mid.up),
+                                         Dot(axes.up - previousAxes.up, mid.fwd),
+                                         Dot(axes.fwd - previousAxes.fwd, mid.left)};
+        derived.accelUp = perSecond * Dot(worldVelocity - previousVelocity, mid.up);
     }
     previousAxes = axes;
     previousVelocity = worldVelocity;
