@@ -1,14 +1,12 @@
 #include "zepta/ride/biquad.hpp"
 
-#include <cmath>
+#include "cueing/units.h"
 
 namespace zepta_ride {
 
 namespace {
 
-constexpr double kTwoPi = 6.283185307179586;
-
-double Radians(double hz) { return kTwoPi * hz; }
+double Radians(double hz) { return 2.0 * kPi * hz; }
 
 }  // namespace
 

@@ -291,7 +291,12 @@ Profile DefaultProfile() { return Profile{}; }
 Profile ParseProfile(const std::string& json)
 {
     picojson::value document;
-    const std::string error = picojson::parse(document, json);
+    std::string error;
+    try {
+        error = picojson::parse(document, json);
+    } catch (const std::overflow_error&) {
+        error = "a number beyond the range of a double";
+    }
     if (!error.empty()) throw ProfileError("profile: not valid JSON: " + error);
     if (!document.is<picojson::object>()) throw ProfileError("profile: must be a JSON object");
     Profile profile = DefaultProfile();

@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "cueing/units.h"
+
 namespace zepta_ride {
 
 namespace {
 
-constexpr double kGravity = 9.80665;
-constexpr double kPi = 3.141592653589793;
-constexpr double kDegree = kPi / 180.0;
 // Beyond these no vehicle goes; telemetry that claims more is broken.
 constexpr double kMostAccel = 20.0 * kGravity;
 constexpr double kMostRate = 20.0;
