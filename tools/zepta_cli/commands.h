@@ -23,6 +23,7 @@ void AddTestCommand(CLI::App& app, Action& run);
 void AddPlayCommand(CLI::App& app, Action& run);
 void AddPlotCommand(CLI::App& app, Action& run);
 void AddEmulateCommand(CLI::App& app, Action& run);
+void AddRideCommand(CLI::App& app, Action& run);
 
 }  // namespace zepta_cli
 

@@ -1,5 +1,5 @@
-// zepta emulate usb|lan [OPTION]...: starts the USB or the LAN device
-// emulator with the options given, which it takes as its own (including
+// zepta emulate usb|lan|game [OPTION]...: starts the USB or the LAN device
+// emulator, or the game emulator, with the options given, which it takes as its own (including
 // --help). The emulator replaces this program, so Ctrl-C and the exit
 // status are its own.
 #include <unistd.h>
@@ -29,6 +29,8 @@ const Emulator kEmulators[] = {
      "Start the USB device emulator (options: zepta emulate usb --help)"},
     {"lan", "zepta-lan-emulator", ZEPTA_LAN_EMULATOR_PATH,
      "Start the LAN device emulator; it answers pings only inside the test sandbox (zepta emulate lan --help)"},
+    {"game", "zepta-game-emulator", ZEPTA_GAME_EMULATOR_PATH,
+     "Send an emulated racing game's telemetry to 127.0.0.1 (zepta emulate game --help)"},
 };
 
 // The emulator built next to this program, else the one on the PATH.
@@ -46,7 +48,7 @@ int RunEmulator(const Emulator& emulator, const std::vector<std::string>& option
 
 void AddEmulateCommand(CLI::App& app, Action& run)
 {
-    CLI::App* command = app.add_subcommand("emulate", "Start a device emulator: zepta emulate usb|lan [OPTION]...");
+    CLI::App* command = app.add_subcommand("emulate", "Start a device or game emulator: zepta emulate usb|lan|game [OPTION]...");
     command->require_subcommand(1);
     for (const Emulator& emulator : kEmulators) {
         CLI::App* transport = command->add_subcommand(emulator.transport, emulator.description);

@@ -1,6 +1,6 @@
 // zepta: finds, identifies and exercises motion devices through libzepta.
 //
-//   zepta ports | discover | test | play | plot | emulate   (zepta --help)
+//   zepta ports | discover | test | play | plot | emulate | ride   (zepta --help)
 //
 // Exit codes: 0 success, 1 device trouble, 2 usage error. Errors are one line
 // on stderr.
@@ -39,6 +39,7 @@ int main(int argc, char** argv)
     AddPlayCommand(app, run);
     AddPlotCommand(app, run);
     AddEmulateCommand(app, run);
+    AddRideCommand(app, run);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {

@@ -9,11 +9,13 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cli_errors.h"
 #include "commands.h"
+#include "ride_plot.h"
 #include "trace_writer.h"
 
 extern char** environ;
@@ -29,6 +31,8 @@ const char kAxisLabel[] = "converted position (0..1)";
 struct PlotOptions {
     std::string trace;
     std::string output;
+    std::string wire;
+    std::optional<double> rideStart;
 };
 
 // A gnuplot string literal: single quotes, with a quote written twice.
@@ -69,12 +73,14 @@ int RunGnuplot(const std::vector<std::string>& arguments)
 
 int RunPlot(const PlotOptions& options)
 {
-    CheckTrace(options.trace);
+    const bool ride = IsRideTrace(options.trace);
+    if (!ride) CheckTrace(options.trace);
     std::remove(options.output.c_str());
-    const std::string variables = "pose=" + Quoted(options.trace) + "; wire=pose; axis_column=" +
-                                  std::to_string(TraceFirstAxisColumn()) + "; out=" + Quoted(options.output) +
-                                  "; title=" + Quoted(kTitle) + "; axis_label=" + Quoted(kAxisLabel);
-    const int status = RunGnuplot({kGnuplot, "-e", variables, ZEPTA_PLOT_SCRIPT});
+    const std::string variables =
+        ride ? RidePlotVariables(options.trace, options.output, options.wire, options.rideStart)
+             : "pose=" + Quoted(options.trace) + "; wire=pose; axis_column=" + std::to_string(TraceFirstAxisColumn()) +
+                   "; out=" + Quoted(options.output) + "; title=" + Quoted(kTitle) + "; axis_label=" + Quoted(kAxisLabel);
+    const int status = RunGnuplot({kGnuplot, "-e", variables, ride ? ZEPTA_RIDE_PLOT_SCRIPT : ZEPTA_PLOT_SCRIPT});
     if (status != 0) throw DeviceTrouble("gnuplot failed (exit status " + std::to_string(status) + ")");
     if (access(options.output.c_str(), R_OK) != 0) throw DeviceTrouble("gnuplot wrote no " + options.output);
     std::printf("plotted %s to %s\n", options.trace.c_str(), options.output.c_str());
@@ -86,10 +92,13 @@ int RunPlot(const PlotOptions& options)
 void AddPlotCommand(CLI::App& app, Action& run)
 {
     CLI::App* command = app.add_subcommand(
-        "plot", "Plot a trace of zepta play: requested pose against the actuator positions (PNG, with gnuplot)");
+        "plot", "Plot a trace of zepta play (requested pose against the actuator positions) or of zepta ride "
+                "(telemetry, cues and, with --wire, actuator positions) as PNG, with gnuplot");
     auto options = std::make_shared<PlotOptions>();
-    command->add_option("trace", options->trace, "The trace, written by zepta play --trace")->required();
+    command->add_option("trace", options->trace, "The trace, written by zepta play --trace or zepta ride --trace")->required();
     command->add_option("-o,--output", options->output, "The PNG file to write")->required();
+    command->add_option("--wire", options->wire, "With a trace of zepta ride: a device emulator's position record");
+    command->add_option("--ride-start", options->rideStart, "The CLOCK_MONOTONIC time zepta ride printed at its start");
     command->callback([&run, options] { run = [options] { return RunPlot(*options); }; });
 }
 
