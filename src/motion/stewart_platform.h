@@ -145,6 +145,8 @@ private:
                             ManualTrial* kept) const;
     void FillManualResult(const AxisValues& values, const ManualTrial& trial,
                           SafeResult* result) const;
+    void FillPulledBack(const AxisValues& input, const ManualTrial& kept,
+                        SafeResult* result) const;
 };
 
 #endif
