@@ -36,9 +36,6 @@ public:
     // and the filter presets; any other kind keeps the current platform.
     void PrepareForDevice(int deviceKind);
 
-    const StewartPlatform& Platform() const { return platform; }
-    const PoseFilter& Filter() const { return filter; }
-
 private:
     bool DeriveOnPlatform(_korve_data_packet& packet, const ConversionModes& modes);
     PoseFilter::Values PoseChannels(const _korve_data_packet& packet, int speedMode);

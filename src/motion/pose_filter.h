@@ -54,7 +54,6 @@ public:
     Values Process(const Values& input, float acceleration, float speedAxis1);
 
     const FilterChannel& Channel(std::size_t index) const { return channels[index]; }
-    float CoefficientAcceleration() const { return coefficientAcceleration; }
 
 private:
     void UpdateCoefficients(float acceleration);
