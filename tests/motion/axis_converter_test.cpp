@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <limits>
-#include <random>
 
 #include "motion/packet_access.h"
 #include "motion/platform_geometry.h"
@@ -16,7 +14,6 @@ namespace {
 
 using ZEPTASDK::AxisArray;
 using ZEPTASDK::AxisConverter;
-using ZEPTASDK::ConversionModes;
 using ZEPTASDK::MakePlatformForKind;
 using ZEPTASDK::ReadAxes;
 using Pose = StewartPlatform::Pose;
@@ -37,9 +34,7 @@ _korve_data_packet Request(float roll, float pitch, float yaw, float heave, floa
 
 void ExpectAxes(const _korve_data_packet& p, const std::vector<double>& v)
 {
-    for (std::size_t i = 0; i < 6; ++i) {
-        EXPECT_EQ(ReadAxes(p)[i], std::clamp(static_cast<float>(v[i]), 0.02f, 0.98f)) << "axis " << i + 1;
-    }
+    for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(ReadAxes(p)[i], std::clamp(float(v[i]), 0.02f, 0.98f)) << "axis " << i + 1;
 }
 
 AxisConverter ConverterFor(int kind)
@@ -75,7 +70,7 @@ TEST(AxisConverterPlatform, DerivedModesSendTheSafeLengthsOfTheMirroredPose)
     ExpectAxes(p, reference.GetActuatorLengthsSafe(pose, StewartPlatform::Platform).values);
 }
 
-// Outside as-written speeds the channels go through the preset filter, with the
+// Unless speeds go as written, the channels pass the preset filter with the
 // frame's acceleration and first speed; the first frame starts it at rest.
 TEST(AxisConverterPlatform, FilteredChannelsFollowThePresetFilter)
 {
@@ -92,28 +87,23 @@ TEST(AxisConverterPlatform, FilteredChannelsFollowThePresetFilter)
     }
 }
 
+// Written axes within the joint limit and unknown axis modes leave the axes
+// alone; axes that bend a joint past 28 degrees are limited.
 TEST(AxisConverterPlatform, ManualModeLimitsOnlyBentAxes)
 {
     AxisConverter converter = ConverterFor(kLarge);
-    // Inside the stroke, but the second set bends a joint past 28 degrees.
-    const AxisArray comfortable{0.45f, 0.5f, 0.55f, 0.5f, 0.45f, 0.52f};
-    const AxisArray bent{0.2739f, 0.0100f, 0.2199f, 0.0320f, 0.9349f, 0.7821f};
+    const AxisArray fine{0.45f, 0.5f, 0.55f, 0.5f, 0.45f, 0.52f}, bent{0.2739f, 0.01f, 0.2199f, 0.032f, 0.9349f, 0.7821f};
     const auto limited = MakePlatformForKind(kLarge).ApplyManualAngleLimit({bent.begin(), bent.end()}, Pose{}, kBase);
     ASSERT_TRUE(limited.limited);
-    const struct {
-        int axisMode;
-        AxisArray written;
-        bool derived;
-        std::vector<double> sent;
-    } cases[] = {{ZEPTA_AXIS_MANUAL, comfortable, false, {comfortable.begin(), comfortable.end()}},
-                 {ZEPTA_AXIS_MANUAL, bent, true, limited.values},
-                 {7, bent, false, {bent.begin(), bent.end()}}};  // no such mode: axes stay
-    for (const auto& c : cases) {
+    const std::tuple<int, AxisArray, bool, std::vector<double>> cases[] = {
+        {ZEPTA_AXIS_MANUAL, fine, false, {fine.begin(), fine.end()}}, {ZEPTA_AXIS_MANUAL, bent, true, limited.values},
+        {7, bent, false, {bent.begin(), bent.end()}}};
+    for (const auto& [axisMode, written, derived, sent] : cases) {
         _korve_data_packet p = Request(0, 0, 0, 0, 0, 0);
-        ZEPTASDK::WriteAxes(p, c.written);
-        converter.Convert(p, false, {kLarge, c.axisMode, ZEPTA_SPEED_AS_WRITTEN}, kNow);
-        EXPECT_EQ(converter.DerivedAxes(), c.derived);
-        ExpectAxes(p, c.sent);
+        ZEPTASDK::WriteAxes(p, written);
+        converter.Convert(p, false, {kLarge, axisMode, ZEPTA_SPEED_AS_WRITTEN}, kNow);
+        EXPECT_EQ(converter.DerivedAxes(), derived);
+        ExpectAxes(p, sent);
     }
 }
 
@@ -121,11 +111,10 @@ TEST(AxisConverterClamp, RequestAndOutputsAreHeldToTheirRanges)
 {
     AxisConverter converter;
     _korve_data_packet p = Request(3.0f, Limits::quiet_NaN(), Limits::infinity(), 1.5f, -7.0f, -Limits::infinity());
-    p.rotMR = p.graMR = 1.0f;
-    ZEPTASDK::WriteAxes(p, {-5.0f, 7.0f, Limits::quiet_NaN(), 0.3f, 0.5f, 0.5f});
-    ZEPTASDK::WriteSpeeds(p, {5.0f, -1.0f, Limits::infinity(), 0.3f, 0.5f, 0.5f});
-    p.accelAxis = 5.0f;
-    const ConversionModes manual{ZEPTA_DEVICE_MOSSPOD, ZEPTA_AXIS_MANUAL, ZEPTA_SPEED_AS_WRITTEN};
+    p.rotMR = p.graMR = 1.0f, p.accelAxis = 5.0f;
+    ZEPTASDK::WriteAxes(p, {-5.0f, Limits::max(), Limits::quiet_NaN(), 0.3f, 0.5f, 0.5f});
+    ZEPTASDK::WriteSpeeds(p, {1e30f, -1.0f, Limits::infinity(), 0.3f, 0.5f, 0.5f});
+    const ZEPTASDK::ConversionModes manual{ZEPTA_DEVICE_MOSSPOD, ZEPTA_AXIS_MANUAL, ZEPTA_SPEED_AS_WRITTEN};
     converter.Convert(p, false, manual, kNow);
     EXPECT_EQ((AxisArray{p.roll, p.pitch, p.yaw, p.heave, p.sway, p.surge}), (AxisArray{1, 0, 0, 1, -1, 0}));
     ExpectAxes(p, {0.02, 0.98, 0.5, 0.3, 0.5, 0.5});
@@ -139,46 +128,6 @@ TEST(AxisConverterClamp, RequestAndOutputsAreHeldToTheirRanges)
     p.rotMR = Limits::quiet_NaN(), p.graMR = 0.4f;
     converter.Convert(p, false, {ZEPTA_DEVICE_KORVE_6DOF, ZEPTA_AXIS_BASE, ZEPTA_SPEED_AS_WRITTEN}, kNow);
     EXPECT_EQ(p.roll, -0.2f);
-    p.graMR = Limits::infinity();
-    converter.Convert(p, false, manual, kNow);
-    EXPECT_EQ(p.sway, 0.0f);
-}
-
-// Every field of the packet hostile: mostly ordinary values, some out of range,
-// one in ten NaN, infinite or huge. The device still gets axes in 0.02..0.98,
-// speeds in 0.01..1.0 and an acceleration in 0.02..0.98.
-TEST(AxisConverterClamp, HostilePacketsLeaveDeviceSafeValuesForEveryKind)
-{
-    const float extremes[] = {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), Limits::max(), -1e30f};
-    std::mt19937 rng(1000);
-    const auto hostile = [&]() {
-        const int pick = std::uniform_int_distribution<int>(0, 9)(rng);
-        if (pick == 0) return extremes[std::uniform_int_distribution<std::size_t>(0, 4)(rng)];
-        return std::uniform_real_distribution<float>(pick < 4 ? -10.0f : -1.0f, pick < 4 ? 10.0f : 1.0f)(rng);
-    };
-    const int unknownKind = 9999, noSuchAxisMode = 3;
-    for (int kind : {int{ZEPTA_DEVICE_NONE}, int{ZEPTA_DEVICE_KORVE_2DOF}, int{ZEPTA_DEVICE_KORVE_4DOF},
-                     int{ZEPTA_DEVICE_KORVE_6DOF}, int{ZEPTA_DEVICE_MOSSPOD}, kCompact, kLarge,
-                     int{ZEPTA_DEVICE_NEBULO_2DOF}, int{ZEPTA_DEVICE_KICKBOARD_QX}, int{ZEPTA_DEVICE_GRANDE},
-                     int{ZEPTA_DEVICE_TRAXEL}, int{ZEPTA_DEVICE_PLIX}, unknownKind}) {
-        for (int axisMode : {int{ZEPTA_AXIS_MANUAL}, int{ZEPTA_AXIS_BASE}, int{ZEPTA_AXIS_PLATFORM}, noSuchAxisMode}) {
-            for (int speedMode : {ZEPTA_SPEED_DEFAULT, ZEPTA_SPEED_FROM_MOTION, ZEPTA_SPEED_AS_WRITTEN}) {
-                AxisConverter converter = ConverterFor(kind);
-                auto now = kNow;
-                for (int n = 0; n < 60; ++n) {
-                    _korve_data_packet p = ZEPTASDK::DefaultZEPTAPacket();
-                    float fields[24];  // axis1 .. graMR
-                    for (float& f : fields) f = hostile();
-                    std::memcpy(&p, fields, sizeof fields);
-                    now += std::chrono::microseconds(std::uniform_int_distribution<int>(-2000, 400000)(rng));
-                    converter.Convert(p, n % 20 == 0, {kind, axisMode, speedMode}, now);
-                    for (float a : ReadAxes(p)) ASSERT_TRUE(a >= 0.02f && a <= 0.98f) << kind << " " << a;
-                    for (float s : ZEPTASDK::ReadSpeeds(p)) ASSERT_TRUE(s >= 0.01f && s <= 1.0f) << kind << " " << s;
-                    ASSERT_TRUE(p.accelAxis >= 0.02f && p.accelAxis <= 0.98f) << kind;
-                }
-            }
-        }
-    }
 }
 
 }  // namespace
