@@ -72,13 +72,11 @@ TEST(PoseFilter, NonFiniteOrMissingSpeedAndInputsHoldTheChannel)
     for (float speed : {NAN, -1.0f, 0.0f}) EXPECT_NEAR(filter.Process(Same(1.0), 1.0f, speed)[0], 0.3, 1e-12) << speed;
     const auto out = filter.Process({kNaN, inf, -inf, kNaN, 1.0, 1.0}, 1.0f, 1.0f);
     for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(out[i], 0.3, 1e-12) << i;
-    // Unprimed, a non-finite input starts at rest on zero; an output that
-    // overflows restarts the channel at rest on its limited input.
+    // Unprimed, NaN starts at rest on zero; an overflowing output restarts at rest.
     EXPECT_EQ(Preset().Process({kNaN, 0, 0, 0, 0, 0}, 1.0f, 1.0f)[0], 0.0);
-    PoseFilter huge = Preset();
-    huge.Process(Same(1e308), 1.0f, 1.0f);
-    EXPECT_EQ(huge.Process(Same(1e308), 1.0f, 1.0f)[1], 1e308);
-    EXPECT_EQ(huge.Channel(1).output1, 1e308);
+    filter = Preset();
+    filter.Process(Same(1e308), 1.0f, 1.0f);
+    EXPECT_EQ(filter.Process(Same(1e308), 1.0f, 1.0f)[1], 1e308);
 }
 
 }  // namespace
