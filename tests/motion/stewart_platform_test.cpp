@@ -2,16 +2,48 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
+#include <random>
 #include <stdexcept>
 #include <string>
 
-#include "platform_test_support.h"
+#include "motion/platform_geometry.h"
 
 namespace {
 
-using namespace zepta_motion_test;
 using ZEPTASDK::MakePlatformForKind;
+
+using Pose = StewartPlatform::Pose;
+constexpr auto kBase = StewartPlatform::Base;
+constexpr auto kPlatform = StewartPlatform::Platform;
+
+// Leg lengths and joint angles of a pose, measured from the public geometry
+// and buildTransform rather than through the code under test.
+struct Measured {
+    std::vector<double> lengths;
+    double largestAngle = 0.0;  // degrees between a leg and its home direction
+};
+
+Measured Measure(const StewartPlatform& p, const Pose& pose, StewartPlatform::CoordinateSystem system = kBase)
+{
+    const auto t = p.buildTransform(pose, system);
+    Measured m;
+    for (std::size_t i = 0; i < 6; ++i) {
+        double leg[3], dot = 0.0;
+        for (std::size_t r = 0; r < 3; ++r) {
+            const auto& a = p.platformAnchors[i];
+            leg[r] = t[r][0] * a[0] + t[r][1] * a[1] + t[r][2] * a[2] + t[r][3] - p.baseAnchors[i][r];
+            dot += leg[r] * p.homeDirections[i][r];
+        }
+        m.lengths.push_back(std::sqrt(leg[0] * leg[0] + leg[1] * leg[1] + leg[2] * leg[2]));
+        m.largestAngle = std::max(m.largestAngle, std::acos(std::clamp(dot / m.lengths[i], -1.0, 1.0)) * 180.0 / M_PI);
+    }
+    return m;
+}
+
+Pose Scaled(const Pose& p, double f) { return {p.x * f, p.y * f, p.z * f, p.roll * f, p.pitch * f, p.yaw * f}; }
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 double Radians(double degrees) { return degrees * M_PI / 180.0; }
@@ -24,7 +56,7 @@ TEST(StewartPlatformGeometry, AngleCountsAndHomeLegs)
         } catch (const std::invalid_argument& e) {
             return e.what();
         }
-        return "no exception";
+        return "";
     };
     EXPECT_EQ(error(5, 5), "base_angles must have 6 elements");
     EXPECT_EQ(error(6, 7), "top_angles must have 6 elements");
@@ -134,6 +166,105 @@ TEST(StewartPlatformSafeLengths, SoftLimitCompressesOnlyWithinTheMarginOfTheStro
     p.limitsEnabled = p.softLimitEnabled = false;
     const auto raw = p.GetActuatorLengthsSafe(heave(1450), kBase);
     EXPECT_TRUE(!raw.withinStroke && !raw.limited && std::fabs(raw.lengths[0] - 1450) < 1e-9);
+}
+
+std::vector<double> AsVector(const Pose& p) { return {p.x, p.y, p.z, p.roll, p.pitch, p.yaw}; }
+
+// Random poses in both systems, about a pivot.
+TEST(StewartPlatformForward, RecoversThePoseOfItsLengths)
+{
+    std::mt19937 rng(7);
+    std::uniform_real_distribution<double> mm(-40, 40), deg(-8, 8);
+    for (int n = 0; n < 200; ++n) {
+        StewartPlatform p = MakePlatformForKind(n % 2 ? ZEPTA_DEVICE_GRANDE_QX : ZEPTA_DEVICE_GRANDE_500QX);
+        p.pivotOffset = {15.0, -40.0, 120.0};
+        const auto system = n % 4 < 2 ? kBase : kPlatform;
+        const Pose pose{mm(rng), mm(rng), mm(rng), deg(rng), deg(rng), deg(rng)};
+        const auto r = p.ForwardKinematics(Measure(p, pose, system).lengths, Pose{}, system, 50, 1e-10);
+        ASSERT_TRUE(r.converged && r.iterations > 0) << n;
+        for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(AsVector(r.pose)[i], AsVector(pose)[i], 1e-6) << n;
+    }
+}
+
+TEST(StewartPlatformForward, LimitsToleranceAndSingularitiesEndTheSearch)
+{
+    const StewartPlatform large = MakePlatformForKind(ZEPTA_DEVICE_GRANDE_500QX);
+    const auto home = large.ForwardKinematics({large.homeLengths.begin(), large.homeLengths.end()}, Pose{}, kBase, 40, 1e-9);
+    EXPECT_TRUE(home.converged && home.iterations == 0 && home.residual == 0.0);
+    // No iteration allowed: the guess comes back with its residual.
+    const Pose guess{5, 6, 7, 1, 2, 3};
+    const auto target = Measure(large, {20, 0, 0, 0, 0, 0}).lengths, atGuess = Measure(large, guess).lengths;
+    double sum = 0;
+    for (std::size_t i = 0; i < 6; ++i) sum += (atGuess[i] - target[i]) * (atGuess[i] - target[i]);
+    for (int limit : {0, -5}) {
+        const auto r = large.ForwardKinematics(target, guess, kBase, limit, 1e-6);
+        EXPECT_TRUE(!r.converged && r.iterations == 0 && AsVector(r.pose) == AsVector(guess));
+        EXPECT_DOUBLE_EQ(r.residual, std::sqrt(sum));
+    }
+    // One step lands below the tolerance, but the limit comes first; a zero tolerance never converges.
+    const auto one = large.ForwardKinematics(Measure(large, {0.01, 0, 0, 0, 0, 0}).lengths, Pose{}, kBase, 1, 1e-3);
+    EXPECT_TRUE(!one.converged && one.iterations == 1 && one.residual < 1e-3);
+    const auto zero = large.ForwardKinematics(Measure(large, {10, -5, 3, 2, 1, -2}).lengths, Pose{}, kBase, 30, 0.0);
+    EXPECT_TRUE(!zero.converged && zero.iterations > 0 && zero.residual < 1e-6);
+    // All joints at the centre: rotations change no length. A NaN target gives no step either.
+    const std::vector<double> angles{0, 60, 120, 180, 240, 300};
+    const auto singular = StewartPlatform(0, 0, 500, 400, 600, angles, angles)
+                              .ForwardKinematics(std::vector<double>(6, 520.0), guess, kBase, 40, 1e-6);
+    EXPECT_TRUE(!singular.converged && singular.iterations == 0 && AsVector(singular.pose) == AsVector(guess));
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(large.ForwardKinematics({nan, 1000, 1000, 1000, 1000, 1000}, Pose{}, kBase, 40, 1e-6).iterations, 0);
+    EXPECT_THROW(large.ForwardKinematics(std::vector<double>(5, 1000.0), Pose{}, kBase, 40, 1e-6), std::invalid_argument);
+}
+
+// Normalised values a fraction f of the way from rest to the input.
+std::vector<double> OnLine(const StewartPlatform& p, const std::vector<double>& input, double f)
+{
+    std::vector<double> out;
+    for (std::size_t i = 0; i < 6; ++i) {
+        const double rest = (p.homeLengths[i] - p.minLength) / (p.maxLength - p.minLength);
+        out.push_back(f == 0.0 ? rest : rest + f * (input[i] - rest));
+    }
+    return out;
+}
+
+// Values within the limit, or with a check off, come back unchanged. Bent
+// values go back along the line to rest as far as the 16-step bisection finds
+// a converged pose within the limit: a 300 mm sway under a 10-degree limit, and
+// values partly beyond the stroke. Non-finite values, or no steps, go to rest.
+TEST(StewartPlatformManualLimit, BentValuesArePulledBackTowardsRest)
+{
+    const StewartPlatform large = MakePlatformForKind(ZEPTA_DEVICE_GRANDE_500QX);
+    StewartPlatform strict = large, raw = large;
+    strict.maxJointAngle = 12.0;
+    raw.limitsEnabled = raw.softLimitEnabled = false;
+    const auto fine = raw.GetActuatorLengthsSafe({20, 50, -10, 3, -2, 4}, kBase).values;
+    const auto sway = raw.GetActuatorLengthsSafe({0, 300, 0, 0, 0, 0}, kBase).values;
+    const auto within = large.ApplyManualAngleLimit(fine, Pose{}, kBase);
+    EXPECT_TRUE(within.values == fine && within.scale == 1.0 && !within.limited && !within.angleLimited && within.withinStroke);
+    EXPECT_NEAR(within.pose[1], 50.0, 1e-3);
+    EXPECT_NEAR(within.maxAngle, Measure(large, {20, 50, -10, 3, -2, 4}).largestAngle, 1e-3);
+    for (bool StewartPlatform::*check : {&StewartPlatform::angleCheckEnabled, &StewartPlatform::limitsEnabled}) {
+        StewartPlatform off = strict;
+        off.*check = false;
+        EXPECT_EQ(off.ApplyManualAngleLimit(sway, Pose{}, kBase).values, sway);
+    }
+    const std::tuple<StewartPlatform, std::vector<double>, double> cases[] = {
+        {strict, sway, 43889.0 / 65536}, {large, {0.6492, 1.2660, 0.7889, -0.1604, 0.2576, 0.8528}, 51320.0 / 65536}};
+    for (const auto& [p, input, scale] : cases) {
+        const auto r = p.ApplyManualAngleLimit(input, Pose{}, kBase);
+        EXPECT_TRUE(r.limited && r.angleLimited && r.scale == scale && r.maxAngle <= p.maxJointAngle - p.jointAngleMargin);
+        EXPECT_EQ(r.values, OnLine(p, input, scale));
+        for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(r.lengths[i], p.minLength + r.values[i] * (p.maxLength - p.minLength), 1e-9);
+    }
+    std::vector<double> nonFinite(6, 0.5);
+    nonFinite[3] = std::numeric_limits<double>::quiet_NaN();
+    const auto fromNaN = strict.ApplyManualAngleLimit(nonFinite, Pose{}, kBase);
+    strict.bisectionSteps = 0;
+    for (const auto& r : {fromNaN, strict.ApplyManualAngleLimit(sway, Pose{}, kBase)}) {
+        EXPECT_EQ(r.values, OnLine(strict, nonFinite, 0.0));
+        EXPECT_TRUE(r.scale == 0.0 && r.limited && r.withinStroke && r.pose == std::vector<double>(6, 0.0));
+    }
+    EXPECT_THROW(large.ApplyManualAngleLimit(std::vector<double>(7, 0.5), Pose{}, kBase), std::invalid_argument);
 }
 
 }  // namespace
