@@ -21,11 +21,8 @@ TEST(ConversionAllocation, FormulaKindsConvertWithoutHeapAllocation)
             ZEPTASDK::AxisConverter converter;
             _korve_data_packet p = ZEPTASDK::DefaultZEPTAPacket();
             p.roll = 0.3f, p.surge = -0.4f;
-            const ZEPTASDK::ConversionModes conversion{kind, modes / 3, modes % 3};
             zepta_test::StartCountingAllocations();
-            converter.Convert(p, true, conversion, now);
-            converter.Convert(p, false, conversion, now + std::chrono::seconds(4));
-            converter.Convert(p, false, conversion, now + std::chrono::seconds(5));
+            for (int second : {0, 4, 5}) converter.Convert(p, second == 0, {kind, modes / 3, modes % 3}, now + std::chrono::seconds(second));
             EXPECT_EQ(zepta_test::StopCountingAllocations(), 0u) << "kind " << kind << " modes " << modes;
         }
     }

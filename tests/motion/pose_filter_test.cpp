@@ -54,7 +54,7 @@ TEST(PoseFilter, StartsAtRestThenRateLimitsAndSmoothsEachStep)
     const PoseFilter::Values start{0.1, -0.2, 0.3, -0.4, 0.5, -0.6};
     EXPECT_EQ(filter.Process(start, 1.0f, 0.25f), start);
     filter = Preset();
-    filter.Process(Same(0), 1.0f, 0.25f);
+    EXPECT_EQ(filter.Process(Same(0), 1.0f, 0.25f), Same(0));
     // Speed 0.25: rate limit 1.25, times the step scale 0.05 per frame.
     const double step = 1.25 * 0.05, y1 = kB0 * step, y2 = kB0 * 2 * step + kB1 * step + kA1 * y1;
     EXPECT_NEAR(filter.Process(Same(1), 1.0f, 0.25f)[0], y1, 1e-15);
