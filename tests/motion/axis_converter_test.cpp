@@ -24,6 +24,14 @@ constexpr auto kBase = StewartPlatform::Base;
 constexpr int kLarge = ZEPTA_DEVICE_GRANDE_500QX;
 constexpr int kCompact = ZEPTA_DEVICE_GRANDE_QX;
 
+_korve_data_packet Request(float roll, float pitch, float yaw, float heave, float sway, float surge)
+{
+    _korve_data_packet p = ZEPTASDK::DefaultZEPTAPacket();
+    p.roll = roll, p.pitch = pitch, p.yaw = yaw, p.heave = heave, p.sway = sway, p.surge = surge;
+    p.rotMR = 0.9f, p.graMR = 0.6f;
+    return p;
+}
+
 // The request's components and ratios differ from each other and from the
 // formulas' factors, so a wrong sign, factor or field changes a value.
 const AxisArray kUntouched{0.5f, -0.3f, 0.4f, -0.2f, -0.7f, 0.1f};  // roll, pitch, yaw, heave, sway, surge
@@ -31,8 +39,7 @@ const AxisArray kIdle{0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f};
 
 TEST(KindFormula, AxesWrittenBackPoseAndSpeedGainOfEveryKind)
 {
-    // Speed: a 0.01 move in 100 ms at the kind's gain (0.067 at gain 1). The
-    // platforms' axes ({} here) come from the kinematics, tested below.
+    // Speed: 0.01 in 100 ms at the kind's gain (0.067 at 1); platforms' axes ({}) tested below.
     const struct {
         int kind;
         AxisArray axes, pose;
@@ -54,9 +61,7 @@ TEST(KindFormula, AxesWrittenBackPoseAndSpeedGainOfEveryKind)
     for (const auto& c : cases) {
         AxisConverter converter;
         converter.PrepareForDevice(c.kind);
-        _korve_data_packet p = ZEPTASDK::DefaultZEPTAPacket();
-        p.roll = 0.5f, p.pitch = -0.3f, p.yaw = 0.4f, p.heave = -0.2f, p.sway = -0.7f, p.surge = 0.1f;
-        p.rotMR = 0.9f, p.graMR = 0.6f;
+        _korve_data_packet p = Request(0.5f, -0.3f, 0.4f, -0.2f, -0.7f, 0.1f);
         converter.Convert(p, false, {c.kind, ZEPTA_AXIS_BASE, ZEPTA_SPEED_AS_WRITTEN}, kNow);
         const AxisArray pose{p.roll, p.pitch, p.yaw, p.heave, p.sway, p.surge};
         for (std::size_t i = 0; i < 6; ++i) {
@@ -71,14 +76,6 @@ TEST(KindFormula, AxesWrittenBackPoseAndSpeedGainOfEveryKind)
         converter.Convert(p, false, modes, kNow + std::chrono::milliseconds(5100));
         EXPECT_NEAR(p.speedAxis1, c.speed, 1e-5) << "kind " << c.kind;
     }
-}
-
-_korve_data_packet Request(float roll, float pitch, float yaw, float heave, float sway, float surge)
-{
-    _korve_data_packet p = ZEPTASDK::DefaultZEPTAPacket();
-    p.roll = roll, p.pitch = pitch, p.yaw = yaw, p.heave = heave, p.sway = sway, p.surge = surge;
-    p.rotMR = 0.9f, p.graMR = 0.6f;
-    return p;
 }
 
 void ExpectAxes(const _korve_data_packet& p, const std::vector<double>& v)
@@ -116,8 +113,7 @@ TEST(AxisConverterPlatform, DerivedModesSendTheSafeLengthsOfTheMirroredPose)
     ExpectAxes(p, reference.GetActuatorLengthsSafe(pose, StewartPlatform::Platform).values);
 }
 
-// Unless speeds go as written, the channels pass the preset filter with the frame's
-// acceleration and first speed.
+// Unless speeds go as written, the preset filter runs on the frame's acceleration and speed.
 TEST(AxisConverterPlatform, FilteredChannelsFollowThePresetFilter)
 {
     AxisConverter converter = ConverterFor(kLarge);
@@ -169,6 +165,40 @@ TEST(AxisConverterClamp, RequestAndOutputsAreHeldToTheirRanges)
     p.rotMR = Limits::quiet_NaN(), p.graMR = 0.4f, p.sway = 0.5f;  // a non-finite ratio mixes nothing in
     converter.Convert(p, false, {ZEPTA_DEVICE_KORVE_6DOF, ZEPTA_AXIS_MANUAL, ZEPTA_SPEED_AS_WRITTEN}, kNow);
     EXPECT_TRUE(p.accelAxis == 0.02f && p.roll == -0.2f);
+}
+
+// The speeds of a gain-1 kind frame by frame: after a reset three seconds of
+// full speed (0.67) at acceleration 0.05, then 0.67 / dt * move within 0.01..0.67,
+// the surplus up to 6.7 carried on. Time counts in whole microseconds and at
+// least a millisecond. The application's speeds (0.3 at 0.4) stand as written,
+// and by default without derived axes, which also fills the carry. The final
+// clamp holds the running acceleration 1 to 0.98.
+TEST(AxisConverterSpeeds, FrameByFrame)
+{
+    using namespace std::chrono_literals;
+    AxisConverter converter;
+    const auto frame = [&](int speedMode, float axis1, std::chrono::nanoseconds at, float speed, float acceleration) {
+        _korve_data_packet p = ZEPTASDK::DefaultZEPTAPacket();
+        p.axis1 = axis1, p.speedAxis1 = 0.3f, p.accelAxis = 0.4f;
+        converter.Convert(p, at == 0ns, {ZEPTA_DEVICE_MOSSPOD, ZEPTA_AXIS_MANUAL, speedMode}, kNow + at);
+        EXPECT_NEAR(p.speedAxis1, speed, 1e-4) << at.count();
+        EXPECT_EQ(p.accelAxis, acceleration) << at.count();
+    };
+    const int fromMotion = ZEPTA_SPEED_FROM_MOTION, asWritten = ZEPTA_SPEED_AS_WRITTEN;
+    frame(asWritten, 0.5f, 0ns, 0.67f, 0.98f);
+    frame(fromMotion, 0.5f, 1ms, 0.67f, 0.05f);
+    frame(asWritten, 0.5f, 2ms, 0.3f, 0.4f);
+    frame(fromMotion, 0.5f, 2999ms, 0.67f, 0.05f);
+    frame(fromMotion, 0.5f, 3000ms, 0.67f, 0.98f);
+    frame(fromMotion, 0.51f, 3100ms + 999ns, 0.067f, 0.98f);
+    frame(fromMotion, 0.5101f, 3000ms, 0.067f, 0.98f);
+    frame(fromMotion, 0.6601f, 3100ms, 0.67f, 0.98f);
+    frame(fromMotion, 0.6601f, 3200ms, 0.335f, 0.98f);
+    frame(fromMotion, 0.6601f, 3300ms, 0.01f, 0.98f);
+    for (int n = 0; n <= 10; ++n) frame(fromMotion, 0.0601f, 3310ms + n * 10ms, 0.67f, 0.98f);
+    frame(fromMotion, 0.0601f, 3420ms, 0.01f, 0.98f);
+    frame(ZEPTA_SPEED_DEFAULT, 0.9f, 3430ms, 0.3f, 0.4f);
+    frame(fromMotion, 0.9f, 3440ms, 0.67f, 0.98f);
 }
 
 }  // namespace
