@@ -64,24 +64,24 @@ StewartPlatform::Pose PlatformPose(int deviceKind, const PoseFilter::Values& f)
 
 }  // namespace
 
-AxisConverter::AxisConverter() : platform_(MakePlatformForKind(kKindCompactPlatform)) {}
+AxisConverter::AxisConverter() : platform(MakePlatformForKind(ZEPTA_DEVICE_GRANDE_QX)) {}
 
 void AxisConverter::PrepareForDevice(int deviceKind)
 {
     if (!IsPlatformKind(deviceKind)) return;
-    platform_ = MakePlatformForKind(deviceKind);
-    filter_.Preset();
+    platform = MakePlatformForKind(deviceKind);
+    filter.Preset();
 }
 
 void AxisConverter::Convert(_korve_data_packet& packet, bool reset, const ConversionModes& modes,
                             std::chrono::system_clock::time_point now)
 {
-    derivedAxes_ = false;
+    derivedAxes = false;
     ClampRequest(packet);
     const KindConversion& kind = ConversionForKind(modes.deviceKind);
     kind.apply(packet, ReadPoseRequest(packet), modes.axisMode != ZEPTA_AXIS_MANUAL);
-    if (kind.usesPlatform) derivedAxes_ = DeriveOnPlatform(packet, modes);
-    speeds_.Update(packet, reset, modes.speedMode, derivedAxes_, kind.speedGain, now);
+    if (kind.usesPlatform) derivedAxes = DeriveOnPlatform(packet, modes);
+    speeds.Update(packet, reset, modes.speedMode, derivedAxes, kind.speedGain, now);
     ClampOutputs(packet);
 }
 
@@ -89,27 +89,27 @@ PoseFilter::Values AxisConverter::PoseChannels(const _korve_data_packet& p, int 
 {
     const PoseFilter::Values raw{p.surge, p.sway, p.heave, p.roll, p.pitch, p.yaw};
     if (speedMode == ZEPTA_SPEED_AS_WRITTEN) return raw;
-    return filter_.Process(raw, p.accelAxis, p.speedAxis1);
+    return filter.Process(raw, p.accelAxis, p.speedAxis1);
 }
 
 // Returns the derived-axes flag of the frame.
 bool AxisConverter::DeriveOnPlatform(_korve_data_packet& p, const ConversionModes& modes)
 {
-    platform_.pivotOffset = {FiniteOr(p.poseOffset3, kNeutral), FiniteOr(p.poseOffset1, kNeutral),
+    platform.pivotOffset = {FiniteOr(p.poseOffset3, kNeutral), FiniteOr(p.poseOffset1, kNeutral),
                              -FiniteOr(p.poseOffset2, kNeutral)};
     const StewartPlatform::Pose pose =
         PlatformPose(modes.deviceKind, PoseChannels(p, modes.speedMode));
     switch (modes.axisMode) {
     case ZEPTA_AXIS_BASE:
-        WriteDerivedAxes(p, platform_.GetActuatorLengthsSafe(pose, StewartPlatform::Base).values);
+        WriteDerivedAxes(p, platform.GetActuatorLengthsSafe(pose, StewartPlatform::Base).values);
         return true;
     case ZEPTA_AXIS_PLATFORM:
         WriteDerivedAxes(p,
-                         platform_.GetActuatorLengthsSafe(pose, StewartPlatform::Platform).values);
+                         platform.GetActuatorLengthsSafe(pose, StewartPlatform::Platform).values);
         return true;
     case ZEPTA_AXIS_MANUAL: {
         const AxisArray axes = ReadAxes(p);
-        const StewartPlatform::SafeResult limited = platform_.ApplyManualAngleLimit(
+        const StewartPlatform::SafeResult limited = platform.ApplyManualAngleLimit(
             std::vector<double>(axes.begin(), axes.end()), pose, StewartPlatform::Base);
         WriteDerivedAxes(p, limited.values);
         return limited.limited;

@@ -21,7 +21,7 @@ struct ConversionModes {
 // Not thread-safe: used by the session's update thread only.
 class AxisConverter {
 public:
-    // The platform starts with the compact (kind 5) geometry, all other state zero.
+    // The platform starts with the Grande QX geometry, all other state zero.
     AxisConverter();
 
     // One frame: rewrites the packet in place. A true reset restarts the
@@ -30,24 +30,20 @@ public:
                  std::chrono::system_clock::time_point now);
 
     // Whether the last Convert took its axes from the kinematics or the angle limit.
-    bool DerivedAxes() const { return derivedAxes_; }
+    bool DerivedAxes() const { return derivedAxes; }
 
-    // After a device is connected: kinds 5 and 6 get their own geometry and
-    // the filter presets; any other kind keeps the current platform.
+    // After a device is connected: the two platforms get their own geometry
+    // and the filter presets; any other kind keeps the current platform.
     void PrepareForDevice(int deviceKind);
-
-    const StewartPlatform& Platform() const { return platform_; }
-    const PoseFilter& Filter() const { return filter_; }
-    const SpeedDeriver& Speeds() const { return speeds_; }
 
 private:
     bool DeriveOnPlatform(_korve_data_packet& packet, const ConversionModes& modes);
     PoseFilter::Values PoseChannels(const _korve_data_packet& packet, int speedMode);
 
-    StewartPlatform platform_;
-    PoseFilter filter_;
-    SpeedDeriver speeds_;
-    bool derivedAxes_ = false;
+    StewartPlatform platform;
+    PoseFilter filter;
+    SpeedDeriver speeds;
+    bool derivedAxes = false;
 };
 
 }  // namespace ZEPTASDK

@@ -26,8 +26,9 @@ constexpr std::size_t kN = StewartPlatform::kPoseComponents;
 using Matrix = std::array<std::array<double, kN>, kN>;
 using Vector = std::array<double, kN>;
 
-// Gaussian elimination with partial pivoting; the first of equal pivots wins.
-bool SolveLinearSystem(Matrix a, Vector b, Vector* x)
+// Forward elimination with partial pivoting; the first of equal pivots wins.
+// False when a pivot is too small for the system to have one solution.
+bool Eliminate(Matrix& a, Vector& b)
 {
     for (std::size_t col = 0; col < kN; ++col) {
         std::size_t pivot = col;
@@ -43,11 +44,22 @@ bool SolveLinearSystem(Matrix a, Vector b, Vector* x)
             b[row] -= factor * b[col];
         }
     }
+    return true;
+}
+
+void BackSubstitute(const Matrix& a, const Vector& b, Vector* x)
+{
     for (std::size_t row = kN; row-- > 0;) {
         double sum = b[row];
         for (std::size_t k = row + 1; k < kN; ++k) sum -= a[row][k] * (*x)[k];
         (*x)[row] = sum / a[row][row];
     }
+}
+
+bool SolveLinearSystem(Matrix a, Vector b, Vector* x)
+{
+    if (!Eliminate(a, b)) return false;
+    BackSubstitute(a, b, x);
     return true;
 }
 

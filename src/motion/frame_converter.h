@@ -4,23 +4,16 @@
 #ifndef ZEPTA_MOTION_FRAME_CONVERTER_H
 #define ZEPTA_MOTION_FRAME_CONVERTER_H
 
-#include <memory>
-
-#include "zepta/export.h"
+#include "motion/axis_converter.h"
 #include "zepta/zepta.h"
 
 namespace ZEPTASDK {
 
-class AxisConverter;
-
-class ZEPTA_API FrameConverter {
+class FrameConverter {
 public:
     // Fitted to deviceKind exactly as a session fits its converter once that
     // kind has connected.
     explicit FrameConverter(int deviceKind);
-    ~FrameConverter();
-    FrameConverter(const FrameConverter&) = delete;
-    FrameConverter& operator=(const FrameConverter&) = delete;
 
     // Rewrites packet in place as a session's frame does with these modes.
     // Positions depend only on the packets converted so far; speeds also on
@@ -28,8 +21,8 @@ public:
     void Convert(_korve_data_packet& packet, ZEPTAAxisMode axisMode, ZEPTASpeedGain speedMode, bool reset);
 
 private:
-    int deviceKind_;
-    std::unique_ptr<AxisConverter> converter_;
+    int deviceKind;
+    AxisConverter converter;
 };
 
 }  // namespace ZEPTASDK

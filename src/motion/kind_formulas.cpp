@@ -12,18 +12,26 @@ constexpr float kMidStroke = 0.5f;
 constexpr float kUnusedAxis = 0.0f;
 // Share of surge and sway in the two-axis seats' mix.
 constexpr float kTwoAxisTranslation = 0.8f;
-// Roll reduction that kinds 103 and 104 write back, and the share of roll and
-// pitch in the axis mix of kinds 4 and 103.
+// Roll reduction that the Traxel and the Plix write back, and the share of
+// roll and pitch in the axis mix of the Mosspod and the Traxel.
 constexpr float kReducedRoll = 0.8f;
+constexpr float kFullRoll = 1.0f;
 constexpr float kReducedRotation = 0.8f;
 // Three-axis seats.
-constexpr float kKind2Pitch = 0.77f;
-constexpr float kKind101Roll = 0.7f;
-// Six-axis seat (kind 3).
-constexpr float kKind3Heave = 0.8f;
-constexpr float kKind3Roll = 0.5f;
-constexpr float kKind3Pitch = 0.46f;
-constexpr float kKind3Cross = 0.55f;
+constexpr float kKorve4DofPitch = 0.77f;
+constexpr float kKickboardRoll = 0.7f;
+// Six-axis seat.
+constexpr float kKorve6DofHeave = 0.8f;
+constexpr float kKorve6DofRoll = 0.5f;
+constexpr float kKorve6DofPitch = 0.46f;
+constexpr float kKorve6DofCross = 0.55f;
+// Speed gains of the kinds whose derived speeds are not taken as they are.
+constexpr float kUnitSpeedGain = 1.0f;
+constexpr float kNebuloSpeedGain = 0.68f;
+constexpr float kPlixSpeedGain = 0.5f;
+constexpr float kKickboardSpeedGain = 2.0f;
+constexpr float kCompactPlatformSpeedGain = 2.0f;
+constexpr float kLargePlatformSpeedGain = 5.0f;
 
 // Maps a mix in -1..1 to the axis range 0..1.
 float ToAxis(float mix)
@@ -54,8 +62,8 @@ void WriteThreeAxes(_korve_data_packet& p, const PoseRequest& q, float pitchTerm
                   kMidStroke});
 }
 
-// Kinds 1 and 100 store the pitch mix negated and leave heave alone.
-void ConvertKind1(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
+// The two-axis Korve and the Nebulo store the pitch mix negated and leave heave alone.
+void ConvertTwoAxisSeat(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
 {
     const float rotation = q.rotationRatio;
     p.roll = rotation * q.roll;
@@ -66,19 +74,19 @@ void ConvertKind1(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
     if (deriveAxes) WriteTwoAxes(p, q, -(rotation * q.pitch), rotation * q.roll);
 }
 
-// Kind 2 takes heave and yaw raw while it scales the rest.
-void ConvertKind2(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
+// The four-axis Korve takes heave and yaw raw while it scales the rest.
+void ConvertKorve4Dof(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
 {
     if (!deriveAxes) return;
-    WriteThreeAxes(p, q, kKind2Pitch * q.rotationRatio * q.pitch, q.rotationRatio * q.roll,
+    WriteThreeAxes(p, q, kKorve4DofPitch * q.rotationRatio * q.pitch, q.rotationRatio * q.roll,
                    q.heave, ToAxis(q.yaw));
 }
 
-// Kind 101: heave scaled by the gravity ratio, axis 4 unused.
-void ConvertKind101(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
+// The Kickboard: heave scaled by the gravity ratio, axis 4 unused.
+void ConvertKickboard(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
 {
     if (!deriveAxes) return;
-    WriteThreeAxes(p, q, q.rotationRatio * q.pitch, kKind101Roll * q.rotationRatio * q.roll,
+    WriteThreeAxes(p, q, q.rotationRatio * q.pitch, kKickboardRoll * q.rotationRatio * q.roll,
                    q.gravityRatio * q.heave, kMidStroke);
 }
 
@@ -90,23 +98,24 @@ void WriteTiltMix(_korve_data_packet& p, const PoseRequest& q)
     p.yaw = q.rotationRatio * q.yaw;
 }
 
-void ConvertKind3(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
+void ConvertKorve6Dof(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
 {
     WriteTiltMix(p, q);
     if (!deriveAxes) return;
-    const float heave = -kKind3Heave * q.heave;
-    const float a = heave + kKind3Roll * p.roll + kKind3Pitch * p.pitch;
-    const float b = heave - kKind3Roll * p.roll + kKind3Pitch * p.pitch;
-    const float c = heave - kKind3Pitch * p.pitch;
-    const float yaw = kKind3Cross * p.yaw;
-    const float sway = kKind3Cross * q.sway;
-    const float surge = kKind3Cross * q.surge;
+    const float heave = -kKorve6DofHeave * q.heave;
+    const float a = heave + kKorve6DofRoll * p.roll + kKorve6DofPitch * p.pitch;
+    const float b = heave - kKorve6DofRoll * p.roll + kKorve6DofPitch * p.pitch;
+    const float c = heave - kKorve6DofPitch * p.pitch;
+    const float yaw = kKorve6DofCross * p.yaw;
+    const float sway = kKorve6DofCross * q.sway;
+    const float surge = kKorve6DofCross * q.surge;
     WriteAxes(p, {ToAxis(a + yaw + sway + surge), ToAxis(b - yaw - sway + surge),
                   ToAxis(b + yaw + sway - surge), ToAxis(c - yaw + sway),
                   ToAxis(c + yaw - sway), ToAxis(a - yaw - sway - surge)});
 }
 
-// Kinds 4, 103 and 104 write the whole mixed pose back, with roll scaled by rollGain.
+// The Mosspod, the Traxel and the Plix write the whole mixed pose back, with
+// roll scaled by rollGain.
 void WriteScaledPose(_korve_data_packet& p, const PoseRequest& q, float rollGain)
 {
     p.roll = rollGain * q.rotationRatio * q.roll;
@@ -117,23 +126,23 @@ void WriteScaledPose(_korve_data_packet& p, const PoseRequest& q, float rollGain
     p.surge = q.gravityRatio * q.surge;
 }
 
-void ConvertKind4(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
+void ConvertMosspod(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
 {
-    WriteScaledPose(p, q, 1.0f);
+    WriteScaledPose(p, q, kFullRoll);
     if (!deriveAxes) return;
     WriteTwoAxes(p, q, kReducedRotation * q.rotationRatio * q.pitch,
                  kReducedRotation * q.rotationRatio * q.roll);
 }
 
-void ConvertKind103(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
+void ConvertTraxel(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
 {
     WriteScaledPose(p, q, kReducedRoll);
     if (!deriveAxes) return;
     WriteTwoAxes(p, q, kReducedRotation * q.rotationRatio * q.pitch, kReducedRotation * p.roll);
 }
 
-// Kind 104 keeps roll and pitch free of the factor kind 103 applies.
-void ConvertKind104(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
+// The Plix keeps roll and pitch free of the factor the Traxel applies.
+void ConvertPlix(_korve_data_packet& p, const PoseRequest& q, bool deriveAxes)
 {
     WriteScaledPose(p, q, kReducedRoll);
     if (!deriveAxes) return;
@@ -152,18 +161,23 @@ void ConvertIdle(_korve_data_packet& p, const PoseRequest&, bool)
 }
 
 struct KindRow {
-    int deviceKind;
+    ZEPTADeviceKind deviceKind;
     KindConversion conversion;
 };
 
 const KindRow kKindTable[] = {
-    {1, {1.0f, false, ConvertKind1}},    {100, {0.68f, false, ConvertKind1}},
-    {2, {1.0f, false, ConvertKind2}},    {3, {1.0f, false, ConvertKind3}},
-    {4, {1.0f, false, ConvertKind4}},    {103, {1.0f, false, ConvertKind103}},
-    {104, {0.5f, false, ConvertKind104}}, {101, {2.0f, false, ConvertKind101}},
-    {5, {2.0f, true, MixPlatformPose}},  {6, {5.0f, true, MixPlatformPose}},
+    {ZEPTA_DEVICE_KORVE_2DOF, {kUnitSpeedGain, false, ConvertTwoAxisSeat}},
+    {ZEPTA_DEVICE_NEBULO_2DOF, {kNebuloSpeedGain, false, ConvertTwoAxisSeat}},
+    {ZEPTA_DEVICE_KORVE_4DOF, {kUnitSpeedGain, false, ConvertKorve4Dof}},
+    {ZEPTA_DEVICE_KORVE_6DOF, {kUnitSpeedGain, false, ConvertKorve6Dof}},
+    {ZEPTA_DEVICE_MOSSPOD, {kUnitSpeedGain, false, ConvertMosspod}},
+    {ZEPTA_DEVICE_TRAXEL, {kUnitSpeedGain, false, ConvertTraxel}},
+    {ZEPTA_DEVICE_PLIX, {kPlixSpeedGain, false, ConvertPlix}},
+    {ZEPTA_DEVICE_KICKBOARD_QX, {kKickboardSpeedGain, false, ConvertKickboard}},
+    {ZEPTA_DEVICE_GRANDE_QX, {kCompactPlatformSpeedGain, true, MixPlatformPose}},
+    {ZEPTA_DEVICE_GRANDE_500QX, {kLargePlatformSpeedGain, true, MixPlatformPose}},
 };
-const KindConversion kIdleConversion{1.0f, false, ConvertIdle};
+const KindConversion kIdleConversion{kUnitSpeedGain, false, ConvertIdle};
 
 }  // namespace
 

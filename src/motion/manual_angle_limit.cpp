@@ -101,22 +101,32 @@ StewartPlatform::SafeResult StewartPlatform::ApplyManualAngleLimit(
 
     AxisValues input{};
     std::copy(axisValues.begin(), axisValues.end(), input.begin());
-    ManualTrial kept{true, Pose{}, 0.0};  // the rest position is the zero pose
-    if (std::all_of(input.begin(), input.end(), [](double v) { return std::isfinite(v); })) {
-        // The first check only asks whether the pose found bends too far;
-        // unlike the trials of the pull-back it does not insist on a converged solve.
-        const ManualTrial requested = TryManualValues(input, guess, system);
-        if (!BendsTooFar(requested.maxAngle)) {
-            FillManualResult(input, requested, &result);
-            return result;
-        }
-        result.scale = PullBackFraction(input, guess, system, &kept);
-        result.angleLimited = true;
-    } else {
+    const ManualTrial rest{true, Pose{}, 0.0};  // the rest position is the zero pose
+    if (!std::all_of(input.begin(), input.end(), [](double v) { return std::isfinite(v); })) {
         // Values that cannot be checked are not sent: rest instead.
         result.scale = 0.0;
+        FillPulledBack(input, rest, &result);
+        return result;
     }
-    FillManualResult(Interpolate(RestValues(), input, result.scale), kept, &result);
-    result.limited = true;
+    // The first check only asks whether the pose found bends too far; unlike
+    // the trials of the pull-back it does not insist on a converged solve.
+    const ManualTrial requested = TryManualValues(input, guess, system);
+    if (!BendsTooFar(requested.maxAngle)) {
+        FillManualResult(input, requested, &result);
+        return result;
+    }
+    ManualTrial kept = rest;
+    result.scale = PullBackFraction(input, guess, system, &kept);
+    result.angleLimited = true;
+    FillPulledBack(input, kept, &result);
     return result;
+}
+
+// The values result->scale of the way from rest to the input, with the trial
+// that was kept for them.
+void StewartPlatform::FillPulledBack(const AxisValues& input, const ManualTrial& kept,
+                                     SafeResult* result) const
+{
+    FillManualResult(Interpolate(RestValues(), input, result->scale), kept, result);
+    result->limited = true;
 }

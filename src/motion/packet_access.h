@@ -11,8 +11,10 @@
 
 namespace ZEPTASDK {
 
-using AxisArray = std::array<float, 6>;
-using PacketFields = std::array<float _korve_data_packet::*, 6>;
+// axis1..axis6 and speedAxis1..speedAxis6.
+constexpr std::size_t kPacketAxes = 6;
+using AxisArray = std::array<float, kPacketAxes>;
+using PacketFields = std::array<float _korve_data_packet::*, kPacketAxes>;
 
 constexpr PacketFields kAxisFields{&_korve_data_packet::axis1, &_korve_data_packet::axis2,
                                    &_korve_data_packet::axis3, &_korve_data_packet::axis4,

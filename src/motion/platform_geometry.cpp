@@ -28,14 +28,14 @@ const std::vector<double> kTopAngles{65.5, 294.5, 305.5, 174.5, 185.5, 54.5};
 
 const PlatformGeometry& GeometryForKind(int deviceKind)
 {
-    return deviceKind == kKindLargePlatform ? kLargeGeometry : kCompactGeometry;
+    return deviceKind == ZEPTA_DEVICE_GRANDE_500QX ? kLargeGeometry : kCompactGeometry;
 }
 
 }  // namespace
 
 bool IsPlatformKind(int deviceKind)
 {
-    return deviceKind == kKindCompactPlatform || deviceKind == kKindLargePlatform;
+    return deviceKind == ZEPTA_DEVICE_GRANDE_QX || deviceKind == ZEPTA_DEVICE_GRANDE_500QX;
 }
 
 StewartPlatform MakePlatformForKind(int deviceKind)

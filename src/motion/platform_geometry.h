@@ -3,16 +3,15 @@
 #define ZEPTA_MOTION_PLATFORM_GEOMETRY_H
 
 #include "motion/stewart_platform.h"
+#include "zepta/zepta.h"
 
 namespace ZEPTASDK {
 
-constexpr int kKindCompactPlatform = 5;
-constexpr int kKindLargePlatform = 6;
-
+// The Grande QX and the Grande 500QX.
 bool IsPlatformKind(int deviceKind);
 
-// Kind 6 gets the large geometry; every other kind the compact one, which is
-// also what a session starts with before it knows its device.
+// The Grande 500QX gets the large geometry; every other kind the compact one,
+// which is also what a session starts with before it knows its device.
 StewartPlatform MakePlatformForKind(int deviceKind);
 
 // How far a normalised pose channel moves the platform of this kind:

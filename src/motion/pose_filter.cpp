@@ -70,9 +70,6 @@ FilterCoefficients ComputeFilterCoefficients(double w, double z, float accelerat
     c.lowPassCenter = 2.0 * w2k2 / d;
     c.feedback1 = (8.0 - 2.0 * w2k2) / d;
     c.feedback2 = (4.0 * z * w * k - 4.0 - w2k2) / d;
-    c.firstDerivative = 2.0 * w * k2 / d;
-    c.secondDerivativeOuter = 4.0 * k2 / d;
-    c.secondDerivativeCenter = -8.0 * k2 / d;
     return c;
 }
 
@@ -80,7 +77,7 @@ void PoseFilter::Preset()
 {
     const FilterCoefficients coefficients =
         ComputeFilterCoefficients(kPresetNaturalFrequency, kPresetDamping, kPresetAcceleration);
-    for (FilterChannel& c : channels_) {
+    for (FilterChannel& c : channels) {
         c = FilterChannel{};
         c.naturalFrequency = kPresetNaturalFrequency;
         c.damping = kPresetDamping;
@@ -88,7 +85,7 @@ void PoseFilter::Preset()
         c.rateLimit = kPresetRateLimit;
         c.coefficients = coefficients;
     }
-    coefficientAcceleration_ = kPresetAcceleration;
+    coefficientAcceleration = kPresetAcceleration;
 }
 
 void PoseFilter::UpdateCoefficients(float acceleration)
@@ -96,9 +93,9 @@ void PoseFilter::UpdateCoefficients(float acceleration)
     // A non-finite acceleration keeps the coefficients of the last good one.
     if (!std::isfinite(acceleration)) return;
     const float a = std::clamp(acceleration, kMinAcceleration, kMaxAcceleration);
-    if (a == coefficientAcceleration_) return;
-    coefficientAcceleration_ = a;
-    for (FilterChannel& c : channels_) {
+    if (a == coefficientAcceleration) return;
+    coefficientAcceleration = a;
+    for (FilterChannel& c : channels) {
         c.coefficients = ComputeFilterCoefficients(c.naturalFrequency, c.damping, a);
     }
 }
@@ -109,8 +106,8 @@ PoseFilter::Values PoseFilter::Process(const Values& input, float acceleration, 
     const double rateLimit = RateLimitFor(speedAxis1);
     Values output{};
     for (std::size_t i = 0; i < kChannels; ++i) {
-        channels_[i].rateLimit = rateLimit;
-        output[i] = Step(channels_[i], input[i]);
+        channels[i].rateLimit = rateLimit;
+        output[i] = Step(channels[i], input[i]);
     }
     return output;
 }

@@ -15,9 +15,6 @@ struct FilterCoefficients {
     double lowPassCenter = 0.0;    // 2 w^2 K^2 / D, on the previous input
     double feedback1 = 0.0;        // (8 - 2 w^2 K^2) / D, on the previous output
     double feedback2 = 0.0;        // (4zwK - 4 - w^2 K^2) / D, on the output before
-    double firstDerivative = 0.0;  // 2 w K^2 / D: + newest input, - oldest
-    double secondDerivativeOuter = 0.0;   // 4 K^2 / D
-    double secondDerivativeCenter = 0.0;  // -8 K^2 / D
 };
 
 FilterCoefficients ComputeFilterCoefficients(double naturalFrequency, double damping,
@@ -56,14 +53,13 @@ public:
     // The acceleration selects the coefficients; speedAxis1 sets the rate limit.
     Values Process(const Values& input, float acceleration, float speedAxis1);
 
-    const FilterChannel& Channel(std::size_t index) const { return channels_[index]; }
-    float CoefficientAcceleration() const { return coefficientAcceleration_; }
+    const FilterChannel& Channel(std::size_t index) const { return channels[index]; }
 
 private:
     void UpdateCoefficients(float acceleration);
 
-    std::array<FilterChannel, kChannels> channels_{};
-    float coefficientAcceleration_ = 0.0f;  // acceleration the coefficients belong to
+    std::array<FilterChannel, kChannels> channels{};
+    float coefficientAcceleration = 0.0f;  // acceleration the coefficients belong to
 };
 
 }  // namespace ZEPTASDK

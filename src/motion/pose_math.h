@@ -55,6 +55,16 @@ inline bool IsFinitePose(const StewartPlatform::Pose& pose)
     return true;
 }
 
+inline StewartPlatform::Vec3 Add(const StewartPlatform::Vec3& a, const StewartPlatform::Vec3& b)
+{
+    return {a[0] + b[0], a[1] + b[1], a[2] + b[2]};
+}
+
+inline StewartPlatform::Vec3 Subtract(const StewartPlatform::Vec3& a, const StewartPlatform::Vec3& b)
+{
+    return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+
 inline double Dot(const StewartPlatform::Vec3& a, const StewartPlatform::Vec3& b)
 {
     return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];

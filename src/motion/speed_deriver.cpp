@@ -16,7 +16,7 @@ constexpr float kCarryCeiling = 6.7f;
 constexpr float kNoPrevious = -1.0f;
 constexpr float kRunningAcceleration = 1.0f;
 constexpr float kStartAcceleration = 0.05f;
-constexpr std::chrono::nanoseconds kStartPeriod{3000000000};
+constexpr std::chrono::seconds kStartPeriod{3};
 // Frames closer together than this count as this far apart.
 constexpr double kMinFrameSeconds = 0.001;
 constexpr double kSecondsPerMicrosecond = 1e-6;
@@ -61,7 +61,7 @@ void SpeedDeriver::Update(_korve_data_packet& packet, bool reset, int speedMode,
         Restart(packet, now);
     } else if (speedMode == ZEPTA_SPEED_AS_WRITTEN) {
         return;
-    } else if (now - resetTime_ < kStartPeriod) {
+    } else if (now - resetTime < kStartPeriod) {
         HoldStartSpeeds(packet);
     } else if (speedMode != ZEPTA_SPEED_FROM_MOTION && !derivedAxes) {
         TrackWithoutDeriving(packet, now);
@@ -72,16 +72,16 @@ void SpeedDeriver::Update(_korve_data_packet& packet, bool reset, int speedMode,
 
 void SpeedDeriver::Restart(_korve_data_packet& packet, TimePoint now)
 {
-    resetTime_ = now;
+    resetTime = now;
     packet.accelAxis = kRunningAcceleration;
-    previous_ = Filled(kNoPrevious);
+    previous = Filled(kNoPrevious);
     WriteSpeeds(packet, Filled(kFullSpeed));
 }
 
 void SpeedDeriver::HoldStartSpeeds(_korve_data_packet& packet)
 {
     packet.accelAxis = kStartAcceleration;
-    previous_ = Filled(kNoPrevious);
+    previous = Filled(kNoPrevious);
     WriteSpeeds(packet, Filled(kFullSpeed));
 }
 
@@ -89,31 +89,31 @@ void SpeedDeriver::HoldStartSpeeds(_korve_data_packet& packet)
 // first derived frame after a switch of mode starts fast rather than slow.
 void SpeedDeriver::TrackWithoutDeriving(const _korve_data_packet& packet, TimePoint now)
 {
-    previous_ = ReadAxes(packet);
-    carry_ = Filled(kCarryCeiling);
-    lastSpeedTime_ = now;
+    previous = ReadAxes(packet);
+    carry = Filled(kCarryCeiling);
+    lastSpeedTime = now;
 }
 
 void SpeedDeriver::Derive(_korve_data_packet& packet, float speedGain, TimePoint now)
 {
-    const double dt = SecondsBetween(lastSpeedTime_, now);
+    const double dt = SecondsBetween(lastSpeedTime, now);
     const AxisArray current = ReadAxes(packet);
     AxisArray speeds{};
     for (std::size_t i = 0; i < current.size(); ++i) {
-        if (previous_[i] < 0.0f) {
+        if (previous[i] < 0.0f) {
             speeds[i] = kFullSpeed;
-            carry_[i] = 0.0f;
+            carry[i] = 0.0f;
         } else {
             const AxisSpeed derived =
-                SpeedForMove(dt, std::fabs(previous_[i] - current[i]), speedGain, carry_[i]);
+                SpeedForMove(dt, std::fabs(previous[i] - current[i]), speedGain, carry[i]);
             speeds[i] = derived.speed;
-            carry_[i] = derived.carry;
+            carry[i] = derived.carry;
         }
-        previous_[i] = current[i];
+        previous[i] = current[i];
     }
     WriteSpeeds(packet, speeds);
     packet.accelAxis = kRunningAcceleration;
-    lastSpeedTime_ = now;
+    lastSpeedTime = now;
 }
 
 }  // namespace ZEPTASDK

@@ -21,18 +21,16 @@ public:
     void Update(_korve_data_packet& packet, bool reset, int speedMode, bool derivedAxes,
                 float speedGain, TimePoint now);
 
-    const AxisArray& Carries() const { return carry_; }
-
 private:
     void Restart(_korve_data_packet& packet, TimePoint now);
     void HoldStartSpeeds(_korve_data_packet& packet);
     void TrackWithoutDeriving(const _korve_data_packet& packet, TimePoint now);
     void Derive(_korve_data_packet& packet, float speedGain, TimePoint now);
 
-    TimePoint resetTime_{};
-    TimePoint lastSpeedTime_{};
-    AxisArray previous_{};  // last axis values seen; negative: none yet
-    AxisArray carry_{};     // surplus above the speed ceiling, spent next frame
+    TimePoint resetTime{};
+    TimePoint lastSpeedTime{};
+    AxisArray previous{};  // last axis values seen; negative: none yet
+    AxisArray carry{};     // surplus above the speed ceiling, spent next frame
 };
 
 }  // namespace ZEPTASDK

@@ -6,11 +6,13 @@
 
 #include "motion/pose_math.h"
 
+using ZEPTASDK::Add;
 using ZEPTASDK::DegreesToRadians;
 using ZEPTASDK::Dot;
 using ZEPTASDK::Norm;
 using ZEPTASDK::RadiansToDegrees;
 using ZEPTASDK::ScalePose;
+using ZEPTASDK::Subtract;
 
 namespace {
 
@@ -21,6 +23,9 @@ const char* const kTopAnglesCountError = "top_angles must have 6 elements";
 constexpr double kMinLegLength = 1e-9;
 // A soft-limit change larger than this reports the result as limited.
 constexpr double kSoftLimitReportThreshold = 1e-6;
+// Row and column of the translation in a homogeneous transform.
+constexpr std::size_t kTranslationColumn = 3;
+constexpr std::size_t kHomogeneousRow = 3;
 
 using Vec3 = StewartPlatform::Vec3;
 
@@ -38,8 +43,9 @@ std::array<Vec3, StewartPlatform::kActuators> AnchorsOnCircle(const std::vector<
 Vec3 Apply(const StewartPlatform::Transform& t, const Vec3& p)
 {
     Vec3 out{};
-    for (std::size_t row = 0; row < 3; ++row) {
-        out[row] = t[row][0] * p[0] + t[row][1] * p[1] + t[row][2] * p[2] + t[row][3];
+    for (std::size_t row = 0; row < out.size(); ++row) {
+        out[row] = t[row][0] * p[0] + t[row][1] * p[1] + t[row][2] * p[2] +
+                   t[row][kTranslationColumn];
     }
     return out;
 }
@@ -62,7 +68,14 @@ void SetRotation(const StewartPlatform::Pose& pose, StewartPlatform::Transform* 
     (*t)[0] = {cp * cy, sr * sp * cy - cr * sy, cr * sp * cy + sr * sy, 0.0};
     (*t)[1] = {cp * sy, sr * sp * sy + cr * cy, cr * sp * sy - sr * cy, 0.0};
     (*t)[2] = {-sp, sr * cp, cr * cp, 0.0};
-    (*t)[3] = {0.0, 0.0, 0.0, 1.0};
+    (*t)[kHomogeneousRow] = {0.0, 0.0, 0.0, 1.0};
+}
+
+void SetTranslation(const Vec3& translation, StewartPlatform::Transform* t)
+{
+    for (std::size_t row = 0; row < translation.size(); ++row) {
+        (*t)[row][kTranslationColumn] = translation[row];
+    }
 }
 
 bool IsZero(const Vec3& v)
@@ -74,14 +87,14 @@ bool IsZero(const Vec3& v)
 
 StewartPlatform::StewartPlatform(double baseDiameter, double platformDiameter, double height,
                                  double shortest, double longest,
-                                 const std::vector<double>& base_angles,
-                                 const std::vector<double>& top_angles)
+                                 const std::vector<double>& baseAngles,
+                                 const std::vector<double>& topAngles)
     : minLength(shortest), maxLength(longest), homeHeight(height)
 {
-    if (base_angles.size() != kActuators) throw std::invalid_argument(kBaseAnglesCountError);
-    if (top_angles.size() != kActuators) throw std::invalid_argument(kTopAnglesCountError);
-    baseAnchors = AnchorsOnCircle(base_angles, baseDiameter);
-    platformAnchors = AnchorsOnCircle(top_angles, platformDiameter);
+    if (baseAngles.size() != kActuators) throw std::invalid_argument(kBaseAnglesCountError);
+    if (topAngles.size() != kActuators) throw std::invalid_argument(kTopAnglesCountError);
+    baseAnchors = AnchorsOnCircle(baseAngles, baseDiameter);
+    platformAnchors = AnchorsOnCircle(topAngles, platformDiameter);
     for (std::size_t i = 0; i < kActuators; ++i) {
         const Vec3 leg{platformAnchors[i][0] - baseAnchors[i][0],
                        platformAnchors[i][1] - baseAnchors[i][1],
@@ -99,17 +112,29 @@ StewartPlatform::Transform StewartPlatform::buildTransform(const Pose& pose,
 {
     Transform t{};
     SetRotation(pose, &t);
-    Vec3 translation{pose.x, pose.y, pose.z + homeHeight};
-    if (system == Platform) {
-        translation = Rotate(t, {pose.x, pose.y, pose.z});
-        translation[2] += homeHeight;
-        if (!IsZero(pivotOffset)) {
-            const Vec3 turned = Rotate(t, pivotOffset);
-            for (std::size_t k = 0; k < 3; ++k) translation[k] += turned[k] - pivotOffset[k];
-        }
-    }
-    for (std::size_t k = 0; k < 3; ++k) t[k][3] = translation[k];
+    const Vec3 translation = system == Platform
+                                 ? PlatformTranslation(pose, t)
+                                 : Vec3{pose.x, pose.y, pose.z + homeHeight};
+    SetTranslation(translation, &t);
     return t;
+}
+
+// The pose's translation turned with the platform, raised to the home height
+// and, for a pivot away from the origin, moved so that the platform turns
+// about the pivot.
+StewartPlatform::Vec3 StewartPlatform::PlatformTranslation(const Pose& pose,
+                                                           const Transform& rotation) const
+{
+    Vec3 translation = Rotate(rotation, {pose.x, pose.y, pose.z});
+    translation[2] += homeHeight;
+    if (IsZero(pivotOffset)) return translation;
+    return Add(translation, Subtract(Rotate(rotation, pivotOffset), pivotOffset));
+}
+
+// From the base joint of leg i to its platform joint under t.
+StewartPlatform::Vec3 StewartPlatform::Leg(const Transform& t, std::size_t i) const
+{
+    return Subtract(Apply(t, platformAnchors[i]), baseAnchors[i]);
 }
 
 StewartPlatform::Lengths StewartPlatform::LengthsOf(const Pose& pose,
@@ -117,11 +142,7 @@ StewartPlatform::Lengths StewartPlatform::LengthsOf(const Pose& pose,
 {
     const Transform t = buildTransform(pose, system);
     Lengths lengths{};
-    for (std::size_t i = 0; i < kActuators; ++i) {
-        const Vec3 top = Apply(t, platformAnchors[i]);
-        lengths[i] = Norm({top[0] - baseAnchors[i][0], top[1] - baseAnchors[i][1],
-                           top[2] - baseAnchors[i][2]});
-    }
+    for (std::size_t i = 0; i < kActuators; ++i) lengths[i] = Norm(Leg(t, i));
     return lengths;
 }
 
@@ -131,9 +152,7 @@ StewartPlatform::LegState StewartPlatform::LegStateOf(const Pose& pose,
     const Transform t = buildTransform(pose, system);
     LegState state{{}, 0.0};
     for (std::size_t i = 0; i < kActuators; ++i) {
-        const Vec3 top = Apply(t, platformAnchors[i]);
-        const Vec3 leg{top[0] - baseAnchors[i][0], top[1] - baseAnchors[i][1],
-                       top[2] - baseAnchors[i][2]};
+        const Vec3 leg = Leg(t, i);
         const double length = Norm(leg);
         double angle = 0.0;
         if (!(length < kMinLegLength)) {

@@ -53,8 +53,8 @@ public:
 
     // Throws std::invalid_argument when either angle list does not hold six values.
     StewartPlatform(double baseDiameter, double platformDiameter, double homeHeight,
-                    double minLength, double maxLength, const std::vector<double>& base_angles,
-                    const std::vector<double>& top_angles);
+                    double minLength, double maxLength, const std::vector<double>& baseAngles,
+                    const std::vector<double>& topAngles);
 
     Transform buildTransform(const Pose& pose, CoordinateSystem system) const;
 
@@ -104,6 +104,8 @@ private:
         LegState legs;
     };
 
+    Vec3 PlatformTranslation(const Pose& pose, const Transform& rotation) const;
+    Vec3 Leg(const Transform& t, std::size_t i) const;
     Lengths LengthsOf(const Pose& pose, CoordinateSystem system) const;
     LegState LegStateOf(const Pose& pose, CoordinateSystem system) const;
     double AngleLimit() const;
@@ -143,6 +145,8 @@ private:
                             ManualTrial* kept) const;
     void FillManualResult(const AxisValues& values, const ManualTrial& trial,
                           SafeResult* result) const;
+    void FillPulledBack(const AxisValues& input, const ManualTrial& kept,
+                        SafeResult* result) const;
 };
 
 #endif

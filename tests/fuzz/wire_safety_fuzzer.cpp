@@ -32,8 +32,10 @@ using ZEPTASDK::Controller;
 using zepta_fuzz::Require;
 using zepta_test::ScriptedBridge;
 
-// Every kind with a formula of its own, and two without.
-const int kKinds[] = {1, 2, 3, 4, 5, 6, 100, 101, 102, 103, 104, 0, 9999};
+// Every kind with a formula of its own, and two without (none and an unknown code).
+const int kKinds[] = {ZEPTA_DEVICE_KORVE_2DOF, ZEPTA_DEVICE_KORVE_4DOF, ZEPTA_DEVICE_KORVE_6DOF, ZEPTA_DEVICE_MOSSPOD,
+                      ZEPTA_DEVICE_GRANDE_QX, ZEPTA_DEVICE_GRANDE_500QX, ZEPTA_DEVICE_NEBULO_2DOF, ZEPTA_DEVICE_KICKBOARD_QX,
+                      ZEPTA_DEVICE_GRANDE, ZEPTA_DEVICE_TRAXEL, ZEPTA_DEVICE_PLIX, ZEPTA_DEVICE_NONE, 9999};
 constexpr std::size_t kHeaderBytes = 3;
 constexpr std::size_t kFrameBytes = sizeof(_korve_data_packet) + 4 + 1;
 // Kinematics frames are costly; a few frames explore the filter and speeds.
@@ -129,7 +131,7 @@ void CheckUsb(Controller& controller, ScriptedBridge& bridge, const _korve_data_
     controller.SendSpeedAccelZEPTA(p.speedAxis1, p.accelAxis);
     controller.SendSpeedZEPTA(p.speedAxis1, p.speedAxis2, p.speedAxis3, p.speedAxis4, p.speedAxis5, p.speedAxis6,
                               p.accelAxis);
-    Require(controller.GetState() == 8, "the device accepted every command");
+    Require(controller.GetState() == ZEPTA_STATE_RUNNING, "the device accepted every command");
     for (const std::string& command : bridge.Writes()) CheckUsbCommand(command);
 }
 
@@ -198,7 +200,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     converter.PrepareForDevice(kind);
     const auto bridge = ConnectedBridge();
     Controller controller(bridge, "FUZZ");
-    Require(controller.GetState() == 8, "the scripted device connects");
+    Require(controller.GetState() == ZEPTA_STATE_RUNNING, "the scripted device connects");
 
     auto now = kStart;
     for (Frame& frame : Frames(data + kHeaderBytes, size - kHeaderBytes)) {

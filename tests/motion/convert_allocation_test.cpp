@@ -12,21 +12,18 @@ namespace {
 TEST(ConversionAllocation, FormulaKindsConvertWithoutHeapAllocation)
 {
     const std::chrono::system_clock::time_point now{std::chrono::hours(480000)};
+    const int kinds[] = {ZEPTA_DEVICE_NONE, ZEPTA_DEVICE_KORVE_2DOF, ZEPTA_DEVICE_KORVE_4DOF, ZEPTA_DEVICE_KORVE_6DOF,
+                         ZEPTA_DEVICE_MOSSPOD, ZEPTA_DEVICE_NEBULO_2DOF, ZEPTA_DEVICE_KICKBOARD_QX,
+                         ZEPTA_DEVICE_GRANDE, ZEPTA_DEVICE_TRAXEL, ZEPTA_DEVICE_PLIX};
     zepta_test::CountAllocationsOnThisThread();
-    for (int kind : {0, 1, 2, 3, 4, 100, 101, 102, 103, 104}) {
-        for (int axisMode : {0, 1, 2}) {
-            for (int speedMode : {0, 1, 2}) {
-                ZEPTASDK::AxisConverter converter;
-                _korve_data_packet p = ZEPTASDK::DefaultZEPTAPacket();
-                p.roll = 0.3f;
-                p.surge = -0.4f;
-                const ZEPTASDK::ConversionModes modes{kind, axisMode, speedMode};
-                zepta_test::StartCountingAllocations();
-                converter.Convert(p, true, modes, now);
-                converter.Convert(p, false, modes, now + std::chrono::seconds(4));
-                converter.Convert(p, false, modes, now + std::chrono::seconds(5));
-                EXPECT_EQ(zepta_test::StopCountingAllocations(), 0u) << "kind " << kind << " modes " << axisMode << speedMode;
-            }
+    for (int kind : kinds) {
+        for (int modes = 0; modes < 9; ++modes) {  // axis modes by speed modes
+            ZEPTASDK::AxisConverter converter;
+            _korve_data_packet p = ZEPTASDK::DefaultZEPTAPacket();
+            p.roll = 0.3f, p.surge = -0.4f;
+            zepta_test::StartCountingAllocations();
+            for (int second : {0, 4, 5}) converter.Convert(p, second == 0, {kind, modes / 3, modes % 3}, now + std::chrono::seconds(second));
+            EXPECT_EQ(zepta_test::StopCountingAllocations(), 0u) << "kind " << kind << " modes " << modes;
         }
     }
 }

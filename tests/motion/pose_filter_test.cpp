@@ -13,9 +13,10 @@ using ZEPTASDK::PoseFilter;
 
 PoseFilter::Values Same(double v) { return {v, v, v, v, v, v}; }
 
-// The documented presets: w 0.05, z 1.0, acceleration 1.0 (K = 201).
+// The printed presets: w 0.05, z 1.0, acceleration 1.0 (K = 201).
 constexpr double kB0 = 0.6955975275907784, kB1 = 1.3911950551815568;
 constexpr double kA1 = -1.3360995850622408, kA2 = -0.44629052530087293;
+const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 PoseFilter Preset()
 {
@@ -24,56 +25,27 @@ PoseFilter Preset()
     return filter;
 }
 
-TEST(PoseFilterCoefficients, PresetMatchesThePublishedValues)
+void ExpectCoefficients(const FilterCoefficients& c, double b0, double b1, double a1, double a2)
 {
-    const PoseFilter filter = Preset();
-    EXPECT_EQ(filter.CoefficientAcceleration(), 1.0f);
-    for (std::size_t i = 0; i < PoseFilter::kChannels; ++i) {
-        const auto& c = filter.Channel(i);
-        EXPECT_TRUE(c.naturalFrequency == 0.05 && c.damping == 1.0 && c.stepScale == 0.05 && c.rateLimit == 5.0);
-        EXPECT_DOUBLE_EQ(c.coefficients.lowPassOuter, kB0);
-        EXPECT_DOUBLE_EQ(c.coefficients.lowPassCenter, kB1);
-        EXPECT_DOUBLE_EQ(c.coefficients.feedback1, kA1);
-        EXPECT_DOUBLE_EQ(c.coefficients.feedback2, kA2);
-        EXPECT_DOUBLE_EQ(c.coefficients.firstDerivative, 27.82390110363113);
-        EXPECT_DOUBLE_EQ(c.coefficients.secondDerivativeOuter, 1112.9560441452452);
-        EXPECT_DOUBLE_EQ(c.coefficients.secondDerivativeCenter, -2225.912088290491);
-    }
+    const double got[] = {c.lowPassOuter, c.lowPassCenter, c.feedback1, c.feedback2}, want[] = {b0, b1, a1, a2};
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_DOUBLE_EQ(got[i], want[i]) << "coefficient " << i;
 }
 
-TEST(PoseFilterCoefficients, FormulaHasUnitStaticGainForEveryAcceleration)
-{
-    // K = 1 + 200 * 0.5 = 101, D = 4 + 4 * 0.05 * 101 + 0.0025 * 10201 = 49.7025.
-    const FilterCoefficients half = ComputeFilterCoefficients(0.05, 1.0, 0.5f);
-    EXPECT_DOUBLE_EQ(half.lowPassOuter, 25.5025 / 49.7025);
-    EXPECT_DOUBLE_EQ(half.feedback2, (20.2 - 4.0 - 25.5025) / 49.7025);
-    EXPECT_DOUBLE_EQ(half.secondDerivativeCenter, -8.0 * 10201.0 / 49.7025);
-    for (float a : {0.0f, 0.02f, 0.3f, 1.0f}) {
-        for (double z : {0.5, 1.0, 2.0}) {
-            const FilterCoefficients c = ComputeFilterCoefficients(0.05, z, a);
-            EXPECT_NEAR((2 * c.lowPassOuter + c.lowPassCenter) / (1 - c.feedback1 - c.feedback2), 1.0, 1e-12);
-        }
-    }
-}
-
-TEST(PoseFilter, CoefficientsFollowTheAccelerationOfTheFrame)
+TEST(PoseFilterCoefficients, PresetFormulaAndFrameAccelerationGiveThePrintedValues)
 {
     PoseFilter filter = Preset();
-    const auto expectFor = [&](float a) {
-        const FilterCoefficients want = ComputeFilterCoefficients(0.05, 1.0, a);
-        for (std::size_t i = 0; i < PoseFilter::kChannels; ++i) {
-            EXPECT_EQ(filter.Channel(i).coefficients.feedback2, want.feedback2) << a;
-            EXPECT_EQ(filter.Channel(i).coefficients.lowPassOuter, want.lowPassOuter) << a;
-        }
-    };
-    filter.Process(Same(0), 0.5f, 1.0f);
-    expectFor(0.5f);
-    filter.Process(Same(0), std::numeric_limits<float>::quiet_NaN(), 1.0f);  // keeps the last
-    expectFor(0.5f);
-    filter.Process(Same(0), 40.0f, 1.0f);  // held to 0..1
-    expectFor(1.0f);
-    filter.Process(Same(0), -3.0f, 1.0f);
-    expectFor(0.0f);
+    const auto& c = filter.Channel(5);
+    EXPECT_TRUE(c.naturalFrequency == 0.05 && c.damping == 1.0 && c.stepScale == 0.05 && c.rateLimit == 5.0);
+    ExpectCoefficients(c.coefficients, kB0, kB1, kA1, kA2);
+    // z 2: K = 1 + 200 * 0.5 = 101, D = 4 + 4 * 2 * 0.05 * 101 + 0.0025 * 10201 = 69.9025.
+    ExpectCoefficients(ComputeFilterCoefficients(0.05, 2.0, 0.5f), 25.5025 / 69.9025, 51.005 / 69.9025,
+                       (8.0 - 51.005) / 69.9025, (40.4 - 4.0 - 25.5025) / 69.9025);
+    // Each frame's acceleration, held to 0..1, selects the coefficients; NaN keeps the last.
+    const std::pair<float, float> frames[] = {{0.5f, 0.5f}, {NAN, 0.5f}, {40.0f, 1.0f}, {-3.0f, 0.0f}};
+    for (const auto& [given, used] : frames) {
+        filter.Process(Same(0), given, 1.0f);
+        EXPECT_EQ(c.coefficients.feedback2, ComputeFilterCoefficients(0.05, 1.0, used).feedback2) << given;
+    }
 }
 
 TEST(PoseFilter, StartsAtRestThenRateLimitsAndSmoothsEachStep)
@@ -81,40 +53,30 @@ TEST(PoseFilter, StartsAtRestThenRateLimitsAndSmoothsEachStep)
     PoseFilter filter = Preset();
     const PoseFilter::Values start{0.1, -0.2, 0.3, -0.4, 0.5, -0.6};
     EXPECT_EQ(filter.Process(start, 1.0f, 0.25f), start);
-    EXPECT_NEAR(filter.Process(start, 1.0f, 0.25f)[5], -0.6, 1e-12);
-
     filter = Preset();
-    filter.Process(Same(0), 1.0f, 0.25f);
+    EXPECT_EQ(filter.Process(Same(0), 1.0f, 0.25f), Same(0));
     // Speed 0.25: rate limit 1.25, times the step scale 0.05 per frame.
-    const double step = 1.25 * 0.05;
-    const double y1 = kB0 * step;
+    const double step = 1.25 * 0.05, y1 = kB0 * step, y2 = kB0 * 2 * step + kB1 * step + kA1 * y1;
     EXPECT_NEAR(filter.Process(Same(1), 1.0f, 0.25f)[0], y1, 1e-15);
-    EXPECT_EQ(filter.Channel(0).rateLimit, 1.25);
-    const double y2 = kB0 * 2 * step + kB1 * step + kA1 * y1;
     EXPECT_NEAR(filter.Process(Same(1), 1.0f, 0.25f)[2], y2, 1e-15);
     // Reversing: the limited value steps back from two steps to one.
     EXPECT_NEAR(filter.Process(Same(-1), 1.0f, 0.25f)[5], kB0 * step + kB1 * 2 * step + kB0 * step + kA1 * y2 + kA2 * y1,
                 1e-15);
-    PoseFilter::Values out{};
-    for (int n = 0; n < 200; ++n) out = filter.Process(Same(0.7), 1.0f, 0.25f);
-    EXPECT_NEAR(out[1], 0.7, 1e-9);
 }
 
 TEST(PoseFilter, NonFiniteOrMissingSpeedAndInputsHoldTheChannel)
 {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
     const double inf = std::numeric_limits<double>::infinity();
     PoseFilter filter = Preset();
     filter.Process(Same(0.3), 1.0f, 1.0f);
-    for (float speed : {std::numeric_limits<float>::quiet_NaN(), -1.0f, 0.0f}) {
-        EXPECT_NEAR(filter.Process(Same(1.0), 1.0f, speed)[0], 0.3, 1e-12) << speed;
-    }
-    const auto out = filter.Process({nan, inf, -inf, nan, 1.0, 1.0}, 1.0f, 1.0f);
+    for (float speed : {NAN, -1.0f, 0.0f}) EXPECT_NEAR(filter.Process(Same(1.0), 1.0f, speed)[0], 0.3, 1e-12) << speed;
+    const auto out = filter.Process({kNaN, inf, -inf, kNaN, 1.0, 1.0}, 1.0f, 1.0f);
     for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(out[i], 0.3, 1e-12) << i;
-    for (std::size_t i = 0; i < 6; ++i) {
-        const auto& c = filter.Channel(i);
-        for (double v : {c.limited, c.input1, c.input2, c.output1, c.output2}) EXPECT_TRUE(std::isfinite(v));
-    }
+    // Unprimed, NaN starts at rest on zero; an overflowing output restarts at rest.
+    EXPECT_EQ(Preset().Process({kNaN, 0, 0, 0, 0, 0}, 1.0f, 1.0f)[0], 0.0);
+    filter = Preset();
+    filter.Process(Same(1e308), 1.0f, 1.0f);
+    EXPECT_EQ(filter.Process(Same(1e308), 1.0f, 1.0f)[1], 1e308);
 }
 
 }  // namespace
