@@ -16,7 +16,7 @@ cd "$(dirname "$0")/.."
 
 build="$1"
 seconds="${2:-30}"
-targets=(controller_replies serial_line wire_safety lan_discovery lan_acknowledgement)
+targets=(controller_replies serial_line wire_safety lan_discovery lan_acknowledgement safety_stage)
 
 cmake --build "$build" -j"$(nproc)" --target "${targets[@]/%/_fuzzer}"
 

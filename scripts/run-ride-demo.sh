@@ -39,7 +39,7 @@ game=$!
 
 # The six-axis seat mixes surge and sway into its tilt with the opposite
 # sense of the ride's seat translation, so its profile inverts them.
-"$zepta" ride --profile scripts/ride-six-axis-seat.json --trace "$trace" --seconds "$seconds" --quiet \
+"$zepta" ride --profile ride/profiles/six-axis-seat.json --trace "$trace" --seconds "$seconds" --quiet \
   | tee out/ride.log
 
 kill $game $seat 2>/dev/null || true

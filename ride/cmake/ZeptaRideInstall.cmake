@@ -19,3 +19,6 @@ install(FILES ${PROJECT_BINARY_DIR}/zepta_rideConfig.cmake ${PROJECT_BINARY_DIR}
 
 configure_file(cmake/zepta-ride.pc.in ${PROJECT_BINARY_DIR}/zepta-ride.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zepta-ride.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# Ready-made profiles for rigs that need more than the defaults.
+install(DIRECTORY profiles/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zepta/ride-profiles)
