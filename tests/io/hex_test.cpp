@@ -6,34 +6,14 @@ namespace {
 
 using namespace ZEPTASDK::Utility;
 
-TEST(HexTest, NibbleUsesDigitsThenTheLetterBase)
+TEST(HexTest, DigitsThenTheLetterBaseHighNibbleFirst)
 {
-    EXPECT_EQ(ToHex(0, 'A'), '0');
-    EXPECT_EQ(ToHex(9, 'A'), '9');
-    EXPECT_EQ(ToHex(10, 'A'), 'A');
-    EXPECT_EQ(ToHex(15, 'A'), 'F');
-    EXPECT_EQ(ToHex(15, 'a'), 'f');
-    EXPECT_EQ(ToHex(12, 'G'), 'I');
-}
-
-TEST(HexTest, ByteIsTwoDigitsHighNibbleFirst)
-{
-    EXPECT_EQ(ToUpperHex(0x0F), "0F");
-    EXPECT_EQ(ToUpperHex(0xF0), "F0");
-    EXPECT_EQ(ToUpperHex(0x00), "00");
-    EXPECT_EQ(ToUpperHex(0xFF), "FF");
-    EXPECT_EQ(ToLowerHex(0xA0), "a0");
-    EXPECT_EQ(ToLowerHex(0x3c), "3c");
-    EXPECT_EQ(ConvertByteToHex(0x9B, 'A'), "9B");
-}
-
-TEST(HexTest, WordKeepsTheLowTwelveBits)
-{
-    EXPECT_EQ(ConvertWordToHex(0x1ABC, 'A'), "ABC");
-    EXPECT_EQ(ConvertWordToHex(0xFFFF, 'A'), "FFF");
-    EXPECT_EQ(ConvertWordToHex(0x0000, 'A'), "000");
-    EXPECT_EQ(ConvertWordToHex(0x0801, 'a'), "801");
-    EXPECT_EQ(ConvertWordToHex(0x00E0, 'a'), "0e0");
+    EXPECT_EQ(std::string({ToHex(0, 'A'), ToHex(9, 'A'), ToHex(10, 'A'), ToHex(15, 'a'), ToHex(12, 'G')}), "09AfI");
+    EXPECT_EQ(ToUpperHex(0x0F) + ToUpperHex(0xF0) + ToUpperHex(0x00) + ToUpperHex(0xFF), "0FF000FF");
+    EXPECT_EQ(ToLowerHex(0xA0) + ToLowerHex(0x3c) + ConvertByteToHex(0x9B, 'A'), "a03c9B");
+    // Three digits: the commands carry 12-bit quantities.
+    EXPECT_EQ(ConvertWordToHex(0x1ABC, 'A') + ConvertWordToHex(0xFFFF, 'A') + ConvertWordToHex(0x0000, 'A'), "ABCFFF000");
+    EXPECT_EQ(ConvertWordToHex(0x0801, 'a') + ConvertWordToHex(0x00E0, 'a'), "8010e0");
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include <sys/stat.h>
 
-#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -22,72 +21,32 @@ protected:
     }
 };
 
-TEST_F(LocalStorageTest, PathsAreFixed)
+TEST_F(LocalStorageTest, FilesAreReplacedWholeInAFixedDirectoryOfMode0755)
 {
-    EXPECT_EQ(GetUser(), L"KORVE");
-    EXPECT_EQ(GetTemporaryPath(), L"/var/tmp/");
-    EXPECT_EQ(GetLocalStorage(), L"/var/tmp/Tessivar/");
-}
-
-TEST_F(LocalStorageTest, AsciiRoundTripsExactlyAndReplacesTheWholeFile)
-{
-    WriteLocalStorage(L"korve_default_comport.txt", L"/dev/ttyACM10");
-    WriteLocalStorage(L"korve_default_comport.txt", L"/dev/ttyACM1");
-
-    EXPECT_EQ(FileBytes("korve_default_comport.txt"), "/dev/ttyACM1");
-    const auto read = ReadLocalStorage(L"korve_default_comport.txt");
-    EXPECT_TRUE(read.first);
-    EXPECT_EQ(read.second, L"/dev/ttyACM1");
-}
-
-TEST_F(LocalStorageTest, StoreDirectoryIsCreatedWithMode0755)
-{
-    std::remove("/var/tmp/Tessivar/mode.txt");
-    rmdir("/var/tmp/Tessivar");
-
+    EXPECT_EQ(GetUser() + L" " + GetTemporaryPath() + L" " + GetLocalStorage(), L"KORVE /var/tmp/ /var/tmp/Tessivar/");
+    EXPECT_EQ(ReadLocalStorage(L"port.txt"), std::make_pair(false, std::wstring()));
     const mode_t oldMask = umask(0);
-    WriteLocalStorage(L"mode.txt", L"x");
+    WriteLocalStorage(L"port.txt", L"/dev/ttyACM10");
     umask(oldMask);
-
+    WriteLocalStorage(L"port.txt", L"/dev/ttyACM1");
+    EXPECT_EQ(FileBytes("port.txt"), "/dev/ttyACM1");
+    EXPECT_EQ(ReadLocalStorage(L"port.txt"), std::make_pair(true, std::wstring(L"/dev/ttyACM1")));
     struct stat st {};
     ASSERT_EQ(stat("/var/tmp/Tessivar", &st), 0);
-    EXPECT_TRUE(S_ISDIR(st.st_mode));
     EXPECT_EQ(st.st_mode & 07777, 0755u);
-    EXPECT_EQ(ReadLocalStorage(L"mode.txt").second, L"x");
+    WriteLocalStorage(L"empty.txt", L"");
+    EXPECT_EQ(ReadLocalStorage(L"empty.txt"), std::make_pair(true, std::wstring()));
 }
 
 // Written as UTF-8, read back byte by byte as signed chars.
 TEST_F(LocalStorageTest, NonAsciiComesBackAsSignExtendedBytes)
 {
     WriteLocalStorage(L"accent.txt", L"a\u00E9\n");
-
     EXPECT_EQ(FileBytes("accent.txt"), "a\xC3\xA9\n");
-    const auto read = ReadLocalStorage(L"accent.txt");
-    ASSERT_TRUE(read.first);
-    const std::wstring expected = {L'a', static_cast<wchar_t>(static_cast<signed char>(0xC3)),
-                                   static_cast<wchar_t>(static_cast<signed char>(0xA9)), L'\n'};
-    EXPECT_EQ(read.second, expected);
-    EXPECT_EQ(static_cast<unsigned>(read.second[1]), 0xFFFFFFC3u);
-}
+    EXPECT_EQ(ReadLocalStorage(L"accent.txt").second, std::wstring({L'a', wchar_t(0xFFFFFFC3), wchar_t(0xFFFFFFA9), L'\n'}));
 
-TEST_F(LocalStorageTest, MissingAndEmptyFilesAreTold)
-{
-    const auto missing = ReadLocalStorage(L"never-written.txt");
-    EXPECT_FALSE(missing.first);
-    EXPECT_EQ(missing.second, L"");
-
-    WriteLocalStorage(L"empty.txt", L"");
-    const auto empty = ReadLocalStorage(L"empty.txt");
-    EXPECT_TRUE(empty.first);
-    EXPECT_EQ(empty.second, L"");
-}
-
-TEST_F(LocalStorageTest, UnencodableContentThrowsAndLeavesTheFileAlone)
-{
-    WriteLocalStorage(L"keep.txt", L"old");
-
-    EXPECT_THROW(WriteLocalStorage(L"keep.txt", std::wstring(1, static_cast<wchar_t>(0xD800))), std::range_error);
-    EXPECT_EQ(ReadLocalStorage(L"keep.txt").second, L"old");
+    EXPECT_THROW(WriteLocalStorage(L"accent.txt", std::wstring(1, wchar_t(0xD800))), std::range_error);
+    EXPECT_EQ(FileBytes("accent.txt"), "a\xC3\xA9\n");
 }
 
 }  // namespace

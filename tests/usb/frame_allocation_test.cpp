@@ -24,7 +24,7 @@ class UsbFrameAllocation : public zepta_test::SandboxedTest {};
 void SendFrame(Controller& controller, int frame)
 {
     const float v = 0.01f * static_cast<float>(frame % 100);
-    if (controller.GetZEPTA() == 3) {
+    if (controller.GetZEPTA() == ZEPTA_DEVICE_KORVE_6DOF) {
         controller.SendPositionZEPTA(v, v, v, v, v, v);
     } else {
         controller.SendPositionZEPTA(v, v, v, v);
@@ -41,7 +41,7 @@ TEST_F(UsbFrameAllocation, SteadyFramesOfFourAndSixAxisDevicesLeaveTheHeapAlone)
         device.SetIdentity(identity);
         auto bridge = std::make_shared<DeviceBridge>();
         Controller controller(bridge, "A");
-        ASSERT_EQ(controller.GetState(), Controller::kStateRunning);
+        ASSERT_EQ(controller.GetState(), ZEPTA_STATE_RUNNING);
         // The first frame gives the reply line its length once.
         SendFrame(controller, 0);
 
@@ -49,7 +49,7 @@ TEST_F(UsbFrameAllocation, SteadyFramesOfFourAndSixAxisDevicesLeaveTheHeapAlone)
         zepta_test::StartCountingAllocations();
         for (int frame = 1; frame <= 50; ++frame) SendFrame(controller, frame);
         EXPECT_EQ(zepta_test::StopCountingAllocations(), 0u);
-        EXPECT_EQ(controller.GetState(), Controller::kStateRunning);
+        EXPECT_EQ(controller.GetState(), ZEPTA_STATE_RUNNING);
     }
 }
 

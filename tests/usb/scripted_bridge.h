@@ -16,39 +16,34 @@ namespace zepta_test {
 
 class ScriptedBridge : public ZEPTASDK::Bridge {
 public:
-    explicit ScriptedBridge(std::string identity) : identity_(std::move(identity)) {}
+    explicit ScriptedBridge(std::string deviceIdentity) : identity(std::move(deviceIdentity)) {}
 
-    void Script(const std::vector<std::string>& replies) { replies_.insert(replies_.end(), replies.begin(), replies.end()); }
+    void Script(const std::vector<std::string>& lines) { replies.insert(replies.end(), lines.begin(), lines.end()); }
 
     // Like a port that was closed: reads give "", writes go nowhere.
     std::string Read() override
     {
-        if (disabled_) return std::string();
-        ++reads_;
-        if (replies_.empty()) return ZEPTASDK::Message::TimeOut;
-        std::string reply = replies_.front();
-        replies_.pop_front();
+        if (disabled) return std::string();
+        ++reads;
+        if (replies.empty()) return ZEPTASDK::Message::TimeOut;
+        std::string reply = replies.front();
+        replies.pop_front();
         return reply;
     }
     void Write(const std::string& command) override
     {
-        if (!disabled_) writes_.push_back(command);
+        if (!disabled) writes.push_back(command);
     }
-    std::string MotionSimGUID() override { return identity_; }
-    void portDisable() override { disabled_ = true; }
+    std::string MotionSimGUID() override { return identity; }
+    void portDisable() override { disabled = true; }
 
-    const std::vector<std::string>& Writes() const { return writes_; }
-    void ClearWrites() { writes_.clear(); }
-    bool Disabled() const { return disabled_; }
-    int Reads() const { return reads_; }
-    std::size_t Unread() const { return replies_.size(); }
+    std::size_t Unread() const { return replies.size(); }
 
-private:
-    std::string identity_;
-    std::deque<std::string> replies_;
-    std::vector<std::string> writes_;
-    bool disabled_ = false;
-    int reads_ = 0;
+    std::string identity;
+    std::deque<std::string> replies;
+    std::vector<std::string> writes;
+    bool disabled = false;
+    int reads = 0;
 };
 
 // The lines logged since the last call, without their line feeds.
