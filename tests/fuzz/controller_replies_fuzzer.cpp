@@ -64,7 +64,7 @@ void CheckHandshake(const Controller& controller, const ScriptedBridge& bridge,
 
 void Supervise(Controller& controller, ScriptedBridge& bridge)
 {
-    while (bridge.Unread() > 0 && !bridge.disabled) {
+    while (bridge.replies.size() > 0 && !bridge.disabled) {
         const int readsBefore = bridge.reads;
         const bool up = controller.WaitZEPTA();
         const int state = controller.GetState();
@@ -77,7 +77,7 @@ void Supervise(Controller& controller, ScriptedBridge& bridge)
 
 void Calibrate(Controller& controller, ScriptedBridge& bridge)
 {
-    while (bridge.Unread() > 0) {
+    while (bridge.replies.size() > 0) {
         const int readsBefore = bridge.reads;
         controller.Calibration();
         const int state = controller.GetState();

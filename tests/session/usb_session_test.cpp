@@ -1,11 +1,18 @@
 // Whole sessions over USB, through the C interface, against the emulated
-// device: the exact commands on the wire for known packets in every mode.
+// device: the search, the exact commands on the wire for known packets in
+// every mode, and devices that stream instead of answering.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "hostile/resident_memory.h"
+#include "io/serial_port.h"
 #include "session_test_support.h"
 #include "usb_emulator/usb_device_emulator.h"
 
@@ -14,73 +21,96 @@ namespace {
 using namespace zepta_test;
 using zepta_tools::UsbDeviceEmulator;
 using Texts = std::vector<std::string>;
+using Filter = bool (*)(const std::string&);
 
 bool IsMotion(const std::string& text) { return text[0] == 'p' || text[0] == 'a'; }
-
-std::size_t Count(const UsbDeviceEmulator& device, bool (*matches)(const std::string&))
-{
-    std::size_t n = 0;
-    for (const auto& command : device.Received()) n += matches(command.text) ? 1 : 0;
-    return n;
-}
+bool IsPosition(const std::string& text) { return text[0] == 'p'; }
+bool IsIdentityRequest(const std::string& text) { return text == "d;"; }
 
 class UsbSession : public SessionTest {
 protected:
     // Opens a session and waits until its first frame has gone out whole (no
     // command for a while), then forgets what the device received so far.
-    void Connect(const std::string& identity, int axisMode = ZEPTA_AXIS_BASE, int speedMode = ZEPTA_SPEED_DEFAULT)
+    void Connect(const std::string& identity, int axisMode, int speedMode = ZEPTA_SPEED_DEFAULT)
     {
-        device.ClearReceived();
-        device.SetIdentity(identity);
+        device->ClearReceived();
+        device->SetIdentity(identity);
         handle_ = zeptaOpen("TEST");
         zeptaSetAxisProcessingMode(handle_, axisMode);
         zeptaSetSpeedGainMode(handle_, speedMode);
         ASSERT_TRUE(WaitConnected(handle_)) << DrainLog();
-        ASSERT_TRUE(WaitUntil([this] { return Count(device, [](const std::string& t) { return t[0] == 'p'; }) > 0; }, 10s));
-        for (std::size_t seen = 0; seen != device.Received().size();) {
-            seen = device.Received().size();
-            WaitUntil([&] { return device.Received().size() != seen; }, 250ms);
+        ASSERT_TRUE(WaitUntil([this] { return !Matching(IsPosition).empty(); }, 10s));
+        for (std::size_t seen = 0; seen != device->Received().size();) {
+            seen = device->Received().size();
+            WaitUntil([&] { return device->Received().size() != seen; }, 250ms);
         }
-        device.ClearReceived();
+        device->ClearReceived();
     }
-
-    // Writes one packet and returns the first expected commands it produced.
-    Texts Frame(const _korve_data_packet& packet, std::size_t expected, bool (*matches)(const std::string&) = IsMotion)
+    static Texts Matching(Filter filter, const UsbDeviceEmulator& from)
     {
-        device.ClearReceived();
-        zeptaWrite(handle_, &packet);
-        WaitUntil([&] { return Count(device, matches) >= expected; }, 10s);
         Texts texts;
-        for (const auto& command : device.Received()) {
-            if (matches(command.text) && texts.size() < expected) texts.push_back(command.text);
+        for (const auto& command : from.Received()) {
+            if (filter(command.text)) texts.push_back(command.text);
         }
         return texts;
     }
+    Texts Matching(Filter filter) const { return Matching(filter, *device); }
+    // Writes one packet and returns the first count commands it produced.
+    Texts Frame(const _korve_data_packet& packet, std::size_t count, Filter filter = IsMotion)
+    {
+        device->ClearReceived();
+        zeptaWrite(handle_, &packet);
+        WaitUntil([&] { return Matching(filter).size() >= count; }, 10s);
+        Texts texts = Matching(filter);
+        texts.resize(std::min(texts.size(), count));
+        return texts;
+    }
 
-    UsbDeviceEmulator device;
+    std::unique_ptr<UsbDeviceEmulator> device = std::make_unique<UsbDeviceEmulator>();
 };
+
+// Ports are asked in directory order; the next session asks the port found
+// first. A silent port is asked once more after a pause before the session
+// gives up.
+TEST_F(UsbSession, SearchTakesTheFirstIdentityLineAndTriesItsPortFirstNextTime)
+{
+    UsbDeviceEmulator other;
+    const bool deviceFirst = ZEPTASDK::IO::GetPortNames().front() == std::wstring(device->DevicePath().begin(), device->DevicePath().end());
+    UsbDeviceEmulator& first = deviceFirst ? *device : other;
+    UsbDeviceEmulator& second = deviceFirst ? other : *device;
+    first.SetIdentity("KORVE-READY");
+    for (int session = 1; session <= 2; ++session) {
+        handle_ = zeptaOpen("TEST");
+        ASSERT_TRUE(WaitConnected(handle_)) << DrainLog();
+        zeptaClose(handle_);
+        EXPECT_EQ(Matching(IsIdentityRequest, first).size(), 1u);
+        EXPECT_EQ(Matching(IsIdentityRequest, second).size(), static_cast<std::size_t>(session));
+    }
+    second.SilenceAfter(0);
+    first.ClearReceived();
+    handle_ = zeptaOpen("TEST");
+    ASSERT_TRUE(WaitStopped(handle_)) << DrainLog();
+    EXPECT_EQ(Matching(IsIdentityRequest, first).size(), 2u);
+    EXPECT_EQ(zeptaGetState(handle_), ZEPTA_STATE_INITIAL);
+    EXPECT_THAT(SplitLines(DrainLog()), ::testing::Contains("USB connection failed."));
+}
 
 TEST_F(UsbSession, EveryFamilyConnectsWithItsKindSerialAndStatusCode)
 {
-    const std::pair<const char*, int> families[] = {
-        {"KORVE-DEVICE", ZEPTA_DEVICE_KORVE_4DOF},   {"KORVE6-DEVICE", ZEPTA_DEVICE_KORVE_6DOF},
-        {"KORVE2-DEVICE", ZEPTA_DEVICE_KORVE_2DOF},  {"NEBULO2-DEVICE", ZEPTA_DEVICE_NEBULO_2DOF},
-        {"KORVETL-DEVICE", ZEPTA_DEVICE_TRAXEL},     {"PLIX-DEVICE", ZEPTA_DEVICE_PLIX}};
-    device.SetSerialNumber("SN-4711");
-    device.SetStatusCode(1234);
-    for (const auto& family : families) {
-        device.SetIdentity(family.first);
+    device->SetSerialNumber("SN-4711");
+    device->SetStatusCode(1234);
+    for (const auto& family : std::vector<std::pair<std::string, int>>{
+             {"KORVE-DEVICE", ZEPTA_DEVICE_KORVE_4DOF},  {"KORVE6-DEVICE", ZEPTA_DEVICE_KORVE_6DOF},
+             {"KORVE2-DEVICE", ZEPTA_DEVICE_KORVE_2DOF}, {"NEBULO2-DEVICE", ZEPTA_DEVICE_NEBULO_2DOF},
+             {"KORVETL-DEVICE", ZEPTA_DEVICE_TRAXEL},    {"PLIX-DEVICE", ZEPTA_DEVICE_PLIX}}) {
+        device->SetIdentity(family.first);
         const int h = zeptaOpenSerialAssign("TEST", "seat");
         ASSERT_TRUE(WaitConnected(h)) << DrainLog();
         EXPECT_EQ(zeptaGetDevice(h), family.second);
         EXPECT_STREQ(zeptaGetSerialNumber(h), "SN-4711");
         EXPECT_TRUE(WaitUntil([h] { return zeptaGetStatusEXT4(h) == 1234; }, 5s));
         EXPECT_EQ(zeptaClose(h), h);
-        const std::string log = DrainLog();
-        for (const char* line : {"seat: ZEPTA thread started.\n", "seat: USB connection established.\n",
-                                 "seat: USB device found: SN-4711\n", "seat: ZEPTA thread terminated.\n"}) {
-            EXPECT_NE(log.find(line), std::string::npos) << family.first << " " << line << log;
-        }
+        EXPECT_NE(DrainLog().find("seat: USB device found: SN-4711\n"), std::string::npos) << family.first;
     }
 }
 
@@ -89,33 +119,21 @@ TEST_F(UsbSession, ManualAxesGoOutAsWrittenAndBaseAxesFollowThePose)
 {
     Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
     _korve_data_packet packet = NeutralPacket();
-    packet.axis1 = 0.5f;
-    packet.axis2 = 0.25f;
-    packet.axis3 = 0.75f;
-    packet.axis4 = 0.1f;
-    packet.speedAxis1 = 1.0f;
-    packet.accelAxis = 0.5f;
+    packet.axis1 = 0.5f, packet.axis2 = 0.25f, packet.axis3 = 0.75f, packet.axis4 = 0.1f;
+    packet.speedAxis1 = 1.0f, packet.accelAxis = 0.5f;
     EXPECT_EQ(Frame(packet, 2), Texts({"p8040BF1A;", "aFF80;"}));
     packet.axis1 = 0.9f;
     EXPECT_EQ(Frame(packet, 1), Texts({"pE640BF1A;"}));
-    zeptaClose(handle_);
-
-    Connect("KORVE-DEVICE", ZEPTA_AXIS_BASE);
+    zeptaSetAxisProcessingMode(handle_, ZEPTA_AXIS_BASE);
     packet = NeutralPacket();
-    packet.graMR = 1.0f;
-    packet.pitch = 0.2f;
-    packet.roll = 0.4f;
-    packet.heave = -0.3f;
-    packet.yaw = 0.5f;
-    packet.sway = 0.1f;
-    packet.surge = -0.2f;
-    packet.speedAxis1 = 0.5f;
-    packet.accelAxis = 0.5f;
+    packet.graMR = 1.0f, packet.pitch = 0.2f, packet.roll = 0.4f, packet.heave = -0.3f;
+    packet.yaw = 0.5f, packet.sway = 0.1f, packet.surge = -0.2f, packet.speedAxis1 = 0.5f, packet.accelAxis = 0.5f;
     EXPECT_EQ(Frame(packet, 2), Texts({"pAC7AC6BF;", "a8080;"}));
 }
 
 // Speeds of 0 are raised to 0.01 by the final clamp before the 0.01 offset.
-// Speeds from motion: the acceleration command went out with the first frame.
+// Speeds from motion are derived per axis, with an acceleration of 1.0 clamped
+// to 0.98.
 TEST_F(UsbSession, PerAxisSpeedsAsWrittenOrFromMotion)
 {
     Connect("KORVE6-DEVICE", ZEPTA_AXIS_MANUAL, ZEPTA_SPEED_AS_WRITTEN);
@@ -124,25 +142,22 @@ TEST_F(UsbSession, PerAxisSpeedsAsWrittenOrFromMotion)
     packet.speedAxis4 = packet.speedAxis5 = packet.speedAxis6 = 0.0f;
     packet.accelAxis = 0.5f;
     EXPECT_EQ(Frame(packet, 3), Texts({"p808080808080;", "aFF80;", "as828282050505;"}));
-    zeptaClose(handle_);
-
-    Connect("KORVE6-DEVICE", ZEPTA_AXIS_MANUAL, ZEPTA_SPEED_FROM_MOTION);
-    const Texts commands = Frame(NeutralPacket(), 2);
-    ASSERT_EQ(commands.size(), 2u);
-    EXPECT_EQ(commands[0], "p808080808080;");
-    EXPECT_EQ(commands[1].substr(0, 2), "as");
-    EXPECT_EQ(commands[1].size(), 15u);
+    zeptaSetSpeedGainMode(handle_, ZEPTA_SPEED_FROM_MOTION);
+    const Texts commands = Frame(packet, 3);
+    ASSERT_EQ(commands.size(), 3u);
+    EXPECT_EQ(commands[0] + commands[1] + commands[2].substr(0, 2) + std::to_string(commands[2].size()),
+              "p808080808080;aFFFA;as15");
 }
 
 TEST_F(UsbSession, OriginModeSendsTheRestPositionOfEachFamily)
 {
-    for (const auto& family : {std::pair<const char*, const char*>{"KORVE-DEVICE", "pFF000080;"},
-                               {"KORVE2-DEVICE", "p80800000;"}, {"KORVE6-DEVICE", "p000000000000;"}}) {
-        Connect(family.first);
+    for (const auto& family : std::vector<std::pair<std::string, std::string>>{
+             {"KORVE-DEVICE", "pFF000080;"}, {"KORVE2-DEVICE", "p80800000;"}, {"KORVE6-DEVICE", "p000000000000;"}}) {
+        Connect(family.first, ZEPTA_AXIS_BASE);
         zeptaSetOriginMode(handle_, 1);
         _korve_data_packet packet = NeutralPacket();
         packet.roll = 1.0f;
-        EXPECT_EQ(Frame(packet, 1, [](const std::string& t) { return t[0] == 'p'; }), Texts({family.second}));
+        EXPECT_EQ(Frame(packet, 1, IsPosition), Texts({family.second}));
         zeptaClose(handle_);
     }
 }
@@ -151,7 +166,7 @@ TEST_F(UsbSession, OriginModeSendsTheRestPositionOfEachFamily)
 // at most; those written during the calibration wait for the first frame.
 TEST_F(UsbSession, TextCommandsFollowTheMotionAndAreCappedAtAHundred)
 {
-    device.SetCalibrationDelay(1500ms);
+    device->SetCalibrationDelay(1500ms);
     Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
     _korve_data_packet packet = NeutralPacket();
     packet.commandCount = 2;
@@ -167,25 +182,23 @@ TEST_F(UsbSession, TextCommandsFollowTheMotionAndAreCappedAtAHundred)
     std::strcpy(packet.commandBuffer, "z9");
     zeptaWrite(handle_, &packet);
     zeptaWrite(handle_, &packet);
-    const auto isZ9 = [](const std::string& t) { return t == "z9;"; };
-    ASSERT_TRUE(WaitUntil([&] { return Count(device, isZ9) >= 100; }, 20s));
-    EXPECT_FALSE(WaitUntil([&] { return Count(device, isZ9) > 100; }, 300ms));
+    const Filter isZ9 = [](const std::string& t) { return t == "z9;"; };
+    ASSERT_TRUE(WaitUntil([&] { return Matching(isZ9).size() >= 100; }, 20s));
+    EXPECT_FALSE(WaitUntil([&] { return Matching(isZ9).size() > 100; }, 300ms));
 }
 
 // Without packets the session repeats its frame about once a second.
 TEST_F(UsbSession, SilentApplicationStillGetsAnIdleFrame)
 {
     Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
-    const auto isPosition = [](const std::string& t) { return t[0] == 'p'; };
-    ASSERT_TRUE(WaitUntil([&] { return Count(device, isPosition) >= 3; }, 10s));
-    const auto received = device.Received();
-    EXPECT_GT(received.back().at - received.front().at, 1500ms);
+    ASSERT_TRUE(WaitUntil([&] { return Matching(IsPosition).size() >= 3; }, 10s));
+    EXPECT_GT(device->Received().back().at - device->Received().front().at, 1500ms);
 }
 
 TEST_F(UsbSession, StatusWithoutAxesShutsTheSessionDown)
 {
     Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
-    device.ReplaceNextStatus("KORVE-STATUS-00\r\n");
+    device->ReplaceNextStatus("KORVE-STATUS-00\r\n");
     const _korve_data_packet packet = NeutralPacket();
     zeptaWrite(handle_, &packet);
     ASSERT_TRUE(WaitStopped(handle_)) << DrainLog();
@@ -193,8 +206,29 @@ TEST_F(UsbSession, StatusWithoutAxesShutsTheSessionDown)
     EXPECT_FALSE(zeptaIsRunning(handle_));
     const auto lines = SplitLines(DrainLog());
     ASSERT_GE(lines.size(), 2u);
-    EXPECT_EQ(lines[lines.size() - 2], "Actuator shut down.");
-    EXPECT_EQ(lines.back(), "ZEPTA thread terminated.");
+    EXPECT_EQ(Texts(lines.end() - 2, lines.end()), Texts({"Actuator shut down.", "ZEPTA thread terminated."}));
+}
+
+// A device that streams a line without end, at full speed or byte by byte:
+// the session shuts down, memory stays bounded by the line cap, Close returns.
+TEST_F(UsbSession, StreamingDeviceIsShutDown)
+{
+    for (const auto& hostile : std::vector<std::tuple<std::string, std::chrono::milliseconds, std::string>>{
+             {"x", 0ms, "Connection lost."}, {"KORVE-STATUS-15", 50ms, "TimeOut"}}) {
+        device = std::make_unique<UsbDeviceEmulator>();
+        Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
+        const std::size_t before = ResidentBytes();
+        device->BabbleInsteadOfNextStatus(std::get<0>(hostile), std::get<1>(hostile));
+        const _korve_data_packet packet = NeutralPacket();
+        ASSERT_TRUE(WaitUntil([&] {
+            zeptaWrite(handle_, &packet);
+            return zeptaGetSystemStatus(handle_) == 0;
+        }, 20s)) << DrainLog();
+        EXPECT_LT(ResidentBytes(), before + 64 * kMegabyte);
+        EXPECT_EQ(zeptaGetState(handle_), ZEPTA_STATE_SHUT_DOWN);
+        EXPECT_THAT(SplitLines(DrainLog()), ::testing::IsSupersetOf({std::get<2>(hostile), std::string("Actuator shut down.")}));
+        EXPECT_EQ(zeptaClose(handle_), handle_);
+    }
 }
 
 }  // namespace

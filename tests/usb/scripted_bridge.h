@@ -1,6 +1,6 @@
 // A Bridge whose device is a script: each Read takes the next scripted reply,
-// and a device with nothing left to say times out. Every command written is
-// kept for inspection.
+// and a device with nothing left to say times out. Every command written and
+// the number of reads are kept for inspection.
 #ifndef ZEPTA_TESTS_USB_SCRIPTED_BRIDGE_H
 #define ZEPTA_TESTS_USB_SCRIPTED_BRIDGE_H
 
@@ -10,7 +10,6 @@
 
 #include "usb/bridge.h"
 #include "usb/messages.h"
-#include "zepta/Debug.hpp"
 
 namespace zepta_test {
 
@@ -37,29 +36,12 @@ public:
     std::string MotionSimGUID() override { return identity; }
     void portDisable() override { disabled = true; }
 
-    std::size_t Unread() const { return replies.size(); }
-
     std::string identity;
     std::deque<std::string> replies;
     std::vector<std::string> writes;
     bool disabled = false;
     int reads = 0;
 };
-
-// The lines logged since the last call, without their line feeds.
-inline std::vector<std::string> DrainLogLines()
-{
-    std::string text;
-    char buffer[512];
-    int count;
-    while ((count = ZEPTASDK::Debug::GetBackLogData(buffer, sizeof buffer)) > 0) text.append(buffer, count);
-    std::vector<std::string> lines;
-    std::size_t start = 0;
-    for (std::size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
-        lines.push_back(text.substr(start, end - start));
-    }
-    return lines;
-}
 
 }  // namespace zepta_test
 
