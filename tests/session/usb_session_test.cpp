@@ -67,26 +67,36 @@ protected:
     std::unique_ptr<UsbDeviceEmulator> device = std::make_unique<UsbDeviceEmulator>();
 };
 
-// A port that answers with no identity line is passed over; later sessions
-// ask the port found first.
-TEST_F(UsbSession, EveryFamilyIsFoundWithItsKindSerialAndStatusCode)
+// A port that answers with no identity line is passed over, and later
+// sessions ask the port found first. In origin mode each family is sent its
+// rest position.
+TEST_F(UsbSession, EveryFamilyIsFoundWithItsKindSerialStatusCodeAndRestPosition)
 {
     UsbDeviceEmulator other;
     other.SetIdentity("KORVE-READY");
     const std::string firstListed(ZEPTASDK::IO::WideToUtf8(ZEPTASDK::IO::GetPortNames().front()));
     device->SetSerialNumber("SN-4711");
     device->SetStatusCode(1234);
-    for (const auto& family : std::vector<std::pair<std::string, int>>{
-             {"KORVE-DEVICE", ZEPTA_DEVICE_KORVE_4DOF},  {"KORVE6-DEVICE", ZEPTA_DEVICE_KORVE_6DOF},
-             {"KORVE2-DEVICE", ZEPTA_DEVICE_KORVE_2DOF}, {"NEBULO2-DEVICE", ZEPTA_DEVICE_NEBULO_2DOF},
-             {"KORVETL-DEVICE", ZEPTA_DEVICE_TRAXEL},    {"PLIX-DEVICE", ZEPTA_DEVICE_PLIX}}) {
-        device->SetIdentity(family.first);
-        const int h = zeptaOpenSerialAssign("TEST", "seat");
-        ASSERT_TRUE(WaitConnected(h)) << DrainLog();
-        EXPECT_EQ(std::make_pair(zeptaGetDevice(h), std::string(zeptaGetSerialNumber(h))), std::make_pair(family.second, std::string("SN-4711")));
-        EXPECT_TRUE(WaitUntil([h] { return zeptaGetStatusEXT4(h) == 1234; }, 5s));
-        EXPECT_EQ(zeptaClose(h), h);
-        EXPECT_THAT(SplitLines(DrainLog()), ::testing::Contains("seat: USB device found: SN-4711")) << family.first;
+    for (const auto& family : std::vector<std::tuple<std::string, int, std::string>>{
+             {"KORVE-DEVICE", ZEPTA_DEVICE_KORVE_4DOF, "pFF000080;"},
+             {"KORVE6-DEVICE", ZEPTA_DEVICE_KORVE_6DOF, "p000000000000;"},
+             {"KORVE2-DEVICE", ZEPTA_DEVICE_KORVE_2DOF, "p80800000;"},
+             {"NEBULO2-DEVICE", ZEPTA_DEVICE_NEBULO_2DOF, "p80800000;"},
+             {"KORVETL-DEVICE", ZEPTA_DEVICE_TRAXEL, "p80800000;"},
+             {"PLIX-DEVICE", ZEPTA_DEVICE_PLIX, "p80800000;"}}) {
+        device->SetIdentity(std::get<0>(family));
+        handle_ = zeptaOpenSerialAssign("TEST", "seat");
+        ASSERT_TRUE(WaitConnected(handle_)) << DrainLog();
+        EXPECT_EQ(std::make_pair(zeptaGetDevice(handle_), std::string(zeptaGetSerialNumber(handle_))),
+                  std::make_pair(std::get<1>(family), std::string("SN-4711")));
+        EXPECT_TRUE(WaitUntil([this] { return zeptaGetStatusEXT4(handle_) == 1234; }, 5s));
+        zeptaSetOriginMode(handle_, 1);
+        EXPECT_TRUE(WaitUntil([&] {
+            const Texts positions = Matching(IsPosition, *device);
+            return !positions.empty() && positions.back() == std::get<2>(family);
+        }, 5s)) << std::get<0>(family);
+        EXPECT_EQ(zeptaClose(handle_), handle_);
+        EXPECT_THAT(SplitLines(DrainLog()), ::testing::Contains("seat: USB device found: SN-4711")) << std::get<0>(family);
     }
     EXPECT_EQ(Matching(IsIdentityRequest, other).size(), firstListed == other.DevicePath() ? 1u : 0u);
     EXPECT_EQ(Matching(IsIdentityRequest, *device).size(), 6u);
@@ -136,19 +146,6 @@ TEST_F(UsbSession, PerAxisSpeedsAsWrittenOrFromMotion)
     ASSERT_EQ(commands.size(), 3u);
     EXPECT_EQ(commands[0] + commands[1] + commands[2].substr(0, 2) + std::to_string(commands[2].size()),
               "p808080808080;aFFFA;as15");
-}
-
-TEST_F(UsbSession, OriginModeSendsTheRestPositionOfEachFamily)
-{
-    for (const auto& family : std::vector<std::pair<std::string, std::string>>{
-             {"KORVE-DEVICE", "pFF000080;"}, {"KORVE2-DEVICE", "p80800000;"}, {"KORVE6-DEVICE", "p000000000000;"}}) {
-        Connect(family.first, ZEPTA_AXIS_BASE);
-        zeptaSetOriginMode(handle_, 1);
-        _korve_data_packet packet = NeutralPacket();
-        packet.roll = 1.0f;
-        EXPECT_EQ(Frame(packet, 1, IsPosition), Texts({family.second}));
-        zeptaClose(handle_);
-    }
 }
 
 // Queued text commands follow the motion commands of their frame, a hundred
