@@ -35,7 +35,7 @@ protected:
     std::string Read()
     {
         std::string line = "stale";
-        return port->ReadLine(line) ? line : (line.empty() ? kNoLine : "dirty: " + line);
+        return port->ReadLine(line) ? line : kNoLine + line;
     }
     termios LineSettings() const
     {
@@ -99,7 +99,6 @@ TEST_F(SerialPortTest, PathIsHeldByOnePortUntilReleasedAndRefusalsAreQuiet)
                   std::make_tuple(false, ssize_t{-1}, -1));
     }
     EXPECT_FALSE(SerialPort(kWidePath, false).IsEnable()) << "a refused port releases nothing";
-    EXPECT_FALSE(SerialPort(missing, false).IsEnable());
     EXPECT_EQ(ZEPTASDK::Debug::GetBackLogDataAvailable(), 0);
     EXPECT_FALSE(SerialPort(missing, true).IsEnable());
     EXPECT_EQ(std::string(log, static_cast<std::size_t>(ZEPTASDK::Debug::GetBackLogData(log, sizeof log))),
