@@ -147,8 +147,8 @@ TEST_F(UsbSession, PerAxisSpeedsAsWrittenOrFromMotion)
               "p808080808080;aFFFA;as15");
 }
 
-// At most a hundred text commands are queued; those written during the
-// calibration wait for the first frame.
+// At most a hundred text commands are queued; those written during a
+// calibration that outlasts a command's read time-out wait for the first frame.
 TEST_F(UsbSession, QueuedTextCommandsAreCappedAtAHundred)
 {
     device->SetCalibrationDelay(1500ms);
