@@ -10,7 +10,6 @@
 
 #include "io/text_conversion.h"
 #include "log/log_messages.h"
-#include "usb/messages.h"
 #include "zepta/Debug.hpp"
 
 namespace ZEPTASDK {
@@ -22,13 +21,12 @@ constexpr int kInitialTimeoutMs = 500;
 constexpr int kMsPerVtimeUnit = 100;
 constexpr char kLineFeed = '\n';
 constexpr char kCarriageReturn = '\r';
-const std::string kCommandTerminator = ";";
 
 // Paths of the ports this process holds (or is opening right now), so that
 // two sessions never share one device. Sessions build ports on their own
 // update threads, hence the lock.
-std::mutex s_openPortNamesMutex;
-std::vector<std::wstring> s_openPortNames;  // guarded by s_openPortNamesMutex
+std::mutex openPortNamesMutex;
+std::vector<std::wstring> openPortNames;  // guarded by openPortNamesMutex
 
 // Raw bytes both ways, 115200 baud, 8 data bits, 1 stop bit, no parity, no
 // flow control, modem lines ignored; a read returns after one byte or after
@@ -83,9 +81,7 @@ SerialPort::SerialPort(std::wstring name, bool logError) : enabled(false), fd(-1
     // open names does the same job.
     ioctl(fd, TIOCEXCL);
     portName = name;
-    SetBaudRate();
     SetTimeout(kInitialTimeoutMs);
-    ClearBuffer();
     enabled = true;
 }
 
@@ -99,9 +95,9 @@ SerialPort::~SerialPort()
 
 bool SerialPort::Register(const std::wstring& name)
 {
-    std::lock_guard<std::mutex> lock(s_openPortNamesMutex);
-    if (std::find(s_openPortNames.begin(), s_openPortNames.end(), name) != s_openPortNames.end()) return false;
-    s_openPortNames.push_back(name);
+    std::lock_guard<std::mutex> lock(openPortNamesMutex);
+    if (std::find(openPortNames.begin(), openPortNames.end(), name) != openPortNames.end()) return false;
+    openPortNames.push_back(name);
     portName = name;
     return true;
 }
@@ -109,9 +105,9 @@ bool SerialPort::Register(const std::wstring& name)
 void SerialPort::Unregister()
 {
     {
-        std::lock_guard<std::mutex> lock(s_openPortNamesMutex);
-        s_openPortNames.erase(std::remove(s_openPortNames.begin(), s_openPortNames.end(), portName),
-                              s_openPortNames.end());
+        std::lock_guard<std::mutex> lock(openPortNamesMutex);
+        openPortNames.erase(std::remove(openPortNames.begin(), openPortNames.end(), portName),
+                              openPortNames.end());
     }
     portName.clear();
 }
@@ -120,18 +116,11 @@ bool SerialPort::IsEnable() const { return enabled; }
 
 ssize_t SerialPort::Write(std::string data) { return write(fd, data.data(), data.size()); }
 
-std::string SerialPort::Read()
-{
-    std::string line;
-    ReadLine(line);
-    return line;
-}
-
 // Reads one byte per call so that we never consume the next reply line. A
 // device that trickles bytes without ever ending its line would otherwise
 // hold the reader for as long as it likes: each byte arrives within the read
 // time-out, so only a deadline for the whole line ends the wait.
-void SerialPort::ReadLine(std::string& line)
+bool SerialPort::ReadLine(std::string& line)
 {
     line.clear();
     std::chrono::steady_clock::time_point deadline;
@@ -141,21 +130,20 @@ void SerialPort::ReadLine(std::string& line)
         line.push_back(byte);
         if (byte == kLineFeed) break;
         if (count < 1 || PastLineDeadline(lineTimeout, line.size(), deadline)) {
-            line = Message::TimeOut;
-            return;
+            line.clear();
+            return false;
         }
-        if (line.size() >= kMaxLineLength) return;
+        if (line.size() >= kMaxLineLength) return true;
     }
     TrimLineEnd(line);
+    return true;
 }
 
-void SerialPort::ClearBuffer()
+void SerialPort::ClearBuffer(const std::string& commandEnd)
 {
     tcflush(fd, TCIOFLUSH);
-    Write(kCommandTerminator);
+    Write(commandEnd);
 }
-
-void SerialPort::SetBaudRate() {}
 
 int SerialPort::SetTimeout(int milliseconds)
 {

@@ -21,10 +21,10 @@ public:
     // line feed gets its first kMaxLineLength bytes back as one line.
     static constexpr std::size_t kMaxLineLength = 4096;
 
-    // Opens portName for exclusive use and configures it with a 500 ms read
+    // Opens name for exclusive use and configures it with a 500 ms read
     // time-out. The object stays disabled when another SerialPort of this
     // process holds the path, or when open fails (logged only with logError).
-    SerialPort(std::wstring portName, bool logError);
+    SerialPort(std::wstring name, bool logError);
     ~SerialPort();
     SerialPort(const SerialPort&) = delete;
     SerialPort& operator=(const SerialPort&) = delete;
@@ -32,18 +32,16 @@ public:
     bool IsEnable() const;
     // One write of the bytes as they are; the system's result is passed back.
     ssize_t Write(std::string data);
-    // The next line without its line end, or Message::TimeOut after a silence
-    // of the read time-out, or when the line is not complete one read time-out
-    // after its first byte (the bytes collected so far are dropped then).
-    std::string Read();
-    // The same, stored into line; its storage is reused, so a caller that
-    // keeps line reads without touching the heap.
-    void ReadLine(std::string& line);
-    // Drops pending input and output, then ends any half-sent command with ";".
-    void ClearBuffer();
-    // The speed is fixed at 115200 and applied by SetTimeout.
-    void SetBaudRate();
-    // Re-applies every line setting with a read time-out of milliseconds / 100
+    // Stores the next line without its line end into line and returns true.
+    // Returns false with line empty when no complete line came: after a
+    // silence of the read time-out, or when the line is not complete one read
+    // time-out after its first byte. line's storage is reused, so a caller
+    // that keeps it reads without touching the heap.
+    bool ReadLine(std::string& line);
+    // Drops pending input and output, then writes commandEnd, which makes the
+    // device discard any half-sent command.
+    void ClearBuffer(const std::string& commandEnd);
+    // Re-applies every line setting (115200 baud, 8N1, raw) with a read time-out of milliseconds / 100
     // tenths of a second (one byte wide: 30000 ms becomes 4.4 s). Returns the
     // result of tcsetattr.
     int SetTimeout(int milliseconds);

@@ -14,10 +14,11 @@ namespace ZEPTASDK {
 
 namespace {
 
-const std::string kInitialSpeedCommand = "aXXXXXXXX;";
+// Fields no encoding produces, so that the first speed command always goes out.
+const std::string kUnsentSpeedFields = "XXXXXXXX";
 const std::string kDeviceFoundPrefix = "USB device found: ";
 // Before identification the device counts as the four-axis family.
-constexpr int32_t kDefaultModel = 2;
+constexpr int32_t kDefaultModel = ZEPTA_DEVICE_KORVE_4DOF;
 constexpr uint32_t kDefaultAxisMask = kFourAxes;
 constexpr int kMaxCalibrationRuns = 3;
 // Longest serial number we accept; the session hands it to applications in a
@@ -53,43 +54,46 @@ bool IsPlausibleSerialNumber(const std::string& line)
 
 Controller::Controller(std::weak_ptr<Bridge> weakBridge, std::string name)
     : bridge(std::move(weakBridge)),
-      state(kStateInitial),
-      lastSpeedCommand(kInitialSpeedCommand),
-      model(0),
+      state(ZEPTA_STATE_INITIAL),
+      lastSpeedCommand(Message::SpeedAccelCommand + kUnsentSpeedFields + Message::CommandEnd),
+      model(ZEPTA_DEVICE_NONE),
       logName(std::move(name)),
       statusCode(0),
       axisMask(kDefaultAxisMask),
       mismatchCount(0)
 {
     const std::shared_ptr<Bridge> link = bridge.lock();
-    if (!link) return;
-    link->Write(Message::FindUsb);
-    if (link->Read() == Message::UsbDisable) {
-        state = kStateNoUsbDevice;
-        Log(Message::Log::NotFoundSerialPort);
-        return;
-    }
-    if (!IdentifyFamily(*link)) return;
+    if (!link || !CheckUsb(*link) || !IdentifyFamily(*link)) return;
     Log(Message::Log::SuccessConnect);
     LogVersion(*link);
     if (!CalibrateWithRetries()) return;
     ReadSerialNumber(*link);
     Log(kDeviceFoundPrefix + serialNumber);
-    state = kStateRunning;
+    state = ZEPTA_STATE_RUNNING;
 }
 
 Controller::~Controller() = default;
 
+// The bridge answers "usb;" itself: whether there is any port to search.
+bool Controller::CheckUsb(Bridge& link)
+{
+    link.Write(Message::FindUsb);
+    if (link.Read() != Message::UsbDisable) return true;
+    state = ZEPTA_STATE_NO_USB_DEVICE;
+    Log(Message::Log::NotFoundSerialPort);
+    return false;
+}
+
 // A portless bridge answers "usb;" with "" and has no identity, so it ends
-// here in state 1 rather than 0.
+// here in ZEPTA_STATE_NO_DEVICE rather than ZEPTA_STATE_NO_USB_DEVICE.
 bool Controller::IdentifyFamily(Bridge& link)
 {
     axisMask = kDefaultAxisMask;
     model = kDefaultModel;
     const DeviceFamily* family = FindDeviceFamily(link.MotionSimGUID());
     if (family == nullptr) {
-        state = kStateUnknownDevice;
-        model = 0;
+        state = ZEPTA_STATE_NO_DEVICE;
+        model = ZEPTA_DEVICE_NONE;
         Log(Message::Log::FailConnect);
         link.portDisable();
         return false;
@@ -113,10 +117,10 @@ bool Controller::CalibrateWithRetries()
 {
     for (int run = 0; run < kMaxCalibrationRuns; ++run) {
         Calibration();
-        if (state != kStateCalibrationRepeat) break;
+        if (state != ZEPTA_STATE_CALIBRATION_REPEAT) break;
     }
-    if (state == kStateCalibrationRepeat) state = kStateCalibrationFailed;
-    return state != kStateCalibrationFailed && state != kStateCalibrationTimedOut;
+    if (state == ZEPTA_STATE_CALIBRATION_REPEAT) state = ZEPTA_STATE_CALIBRATION_FAILED;
+    return state != ZEPTA_STATE_CALIBRATION_FAILED && state != ZEPTA_STATE_CALIBRATION_TIMED_OUT;
 }
 
 // The device answers "s;" with its serial number as a line of its own. The

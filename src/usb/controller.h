@@ -11,26 +11,15 @@
 
 #include "usb/bridge.h"
 #include "zepta/export.h"
+#include "zepta/zepta.h"
 
 namespace ZEPTASDK {
 
 class ZEPTA_API Controller {
 public:
-    // Connection states (GetState). Above 5 counts as running.
-    static constexpr int kStateNoUsbDevice = 0;
-    static constexpr int kStateUnknownDevice = 1;
-    static constexpr int kStateCalibrationFailed = 2;
-    static constexpr int kStateCalibrationTimedOut = 3;
-    static constexpr int kStateShutDown = 4;
-    static constexpr int kStateInitial = 6;
-    static constexpr int kStateCalibrating = 7;
-    static constexpr int kStateRunning = 8;
-    static constexpr int kStateStopped = 9;
-    static constexpr int kStateCalibrationRepeat = 10;
-
     // Runs the whole handshake; the outcome is in GetState, nothing throws for
-    // device trouble. Every log line carries logName as its tag.
-    Controller(std::weak_ptr<Bridge> bridge, std::string logName);
+    // device trouble. Every log line carries name as its tag.
+    Controller(std::weak_ptr<Bridge> weakBridge, std::string name);
     ~Controller();
     Controller(const Controller&) = delete;
     Controller& operator=(const Controller&) = delete;
@@ -38,19 +27,20 @@ public:
     // Writes command through the bridge if it still exists; reads nothing.
     void SendCommand(std::string command);
 
-    // Safe to call from any thread.
+    // A ZEPTAState; safe to call from any thread.
     int GetState() const;
-    // The model code of the device family (0 until identified).
+    // The ZEPTADeviceKind of the device family (ZEPTA_DEVICE_NONE until identified).
     int GetZEPTA() const;
     // The last number a status line reported after "-EXT4-".
     int16_t GetStatusCode() const;
     // To be called once the handshake is over.
     std::string GetZEPTASerialNumber() const;
 
-    // One calibration run: leaves state 7 (ready), 10 (repeat), 2 or 3.
+    // One calibration run: leaves ZEPTA_STATE_CALIBRATING (ready),
+    // ZEPTA_STATE_CALIBRATION_REPEAT, _FAILED or _TIMED_OUT.
     void Calibration();
     // Reads the device's answer to a command and moves the state; false when
-    // the link is lost (state 4, port closed).
+    // the link is lost (ZEPTA_STATE_SHUT_DOWN, port closed).
     bool WaitZEPTA();
 
     // value + 0.5 truncated; negative and NaN give 0, values from 2^31 on
@@ -71,14 +61,21 @@ public:
     bool SendSpeedZEPTA(float s1, float s2, float s3, float s4, float s5, float s6, float accel);
 
 private:
+    // What one reply line means to the wait for an answer.
+    enum class Reply { Up, Down, Interim };
+
+    bool CheckUsb(Bridge& link);
     bool IdentifyFamily(Bridge& link);
     void LogVersion(Bridge& link);
     bool CalibrateWithRetries();
     void ReadSerialNumber(Bridge& link);
     void ClassifyCalibrationStart(const std::string& reply, Bridge& link);
     void ClassifyCalibrationEnd(const std::string& reply);
-    bool ApplyStatusLine(const std::string& line, Bridge& link);
-    bool LoseLink(Bridge* link);
+    Reply ClassifyReply(const std::string& line, Bridge& link, int& interimLines);
+    Reply AcceptInterimLine(const std::string& line, Bridge& link, int& interimLines);
+    Reply Resume(const std::string& line);
+    Reply ApplyStatusLine(const std::string& line, Bridge& link);
+    Reply LoseLink(Bridge* link);
     bool SendAndWait(const std::string& command);
     void Log(const std::string& text) const;
 

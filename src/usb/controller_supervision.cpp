@@ -42,7 +42,7 @@ bool IsInterimLine(const std::string& line)
 
 void Controller::Calibration()
 {
-    state = kStateCalibrating;
+    state = ZEPTA_STATE_CALIBRATING;
     const std::shared_ptr<Bridge> link = bridge.lock();
     if (!link) return;
     Log(Message::Log::PrepareCalibration);
@@ -60,16 +60,16 @@ void Controller::ClassifyCalibrationStart(const std::string& reply, Bridge& link
         ClassifyCalibrationEnd(link.Read());
     } else if (reply == Message::CircuitError) {
         Log(Message::Log::RetryCalibration);
-        state = kStateCalibrationRepeat;
+        state = ZEPTA_STATE_CALIBRATION_REPEAT;
     } else if (reply == Message::KorveLocked) {
         Log(kLockedPrefix + Message::Log::FailCalibration);
-        state = kStateCalibrationFailed;
+        state = ZEPTA_STATE_CALIBRATION_FAILED;
     } else if (reply == Message::TimeOut) {
         Log(Message::Log::TimeOut);
-        state = kStateCalibrationTimedOut;
+        state = ZEPTA_STATE_CALIBRATION_TIMED_OUT;
     } else {
         Log(Message::Log::FailCalibration);
-        state = kStateCalibrationFailed;
+        state = ZEPTA_STATE_CALIBRATION_FAILED;
     }
 }
 
@@ -81,54 +81,69 @@ void Controller::ClassifyCalibrationEnd(const std::string& reply)
         Log(Message::Log::MachineIsReady);
     } else if (reply == Message::CalibrationError || reply == Message::CircuitError) {
         Log(Message::Log::RetryCalibration);
-        state = kStateCalibrationRepeat;
+        state = ZEPTA_STATE_CALIBRATION_REPEAT;
     } else {
         Log(Message::Log::FailCalibration);
-        state = kStateCalibrationFailed;
+        state = ZEPTA_STATE_CALIBRATION_FAILED;
     }
 }
 
 // Button presses and lock acknowledgements may precede the answer proper.
-// A circuit error while running does not stop the device; only calibration
-// treats it as a start-up error.
 bool Controller::WaitZEPTA()
 {
     int interimLines = 0;
     while (const std::shared_ptr<Bridge> link = bridge.lock()) {
         link->ReadLine(replyLine);
-        const std::string& line = replyLine;
-        if (line == Message::TimeOut) {
-            Log(line);
-            return LoseLink(link.get());
-        }
-        if (IsInterimLine(line)) {
-            if (line != Message::OnPushButton) {
-                Log(line);
-                state = kStateRunning;
-            }
-            if (++interimLines <= kMaxInterimLines) continue;
-            Log(Message::Log::DisConnect);
-            return LoseLink(link.get());
-        }
-        if (line == Message::KorveUnlocked || line == Message::CircuitError) {
-            Log(line);
-            state = kStateRunning;
-            mismatchCount = 0;
-            return true;
-        }
-        if (StartsWith(line, Message::StatusPrefix)) return ApplyStatusLine(line, *link);
-        if (line == Message::KorveLocked) {
-            state = kStateStopped;
-            return true;
-        }
-        Log(Message::Log::DisConnect);
-        return LoseLink(link.get());
+        const Reply reply = ClassifyReply(replyLine, *link, interimLines);
+        if (reply != Reply::Interim) return reply == Reply::Up;
     }
     Log(Message::TimeOut);
-    return LoseLink(nullptr);
+    LoseLink(nullptr);
+    return false;
 }
 
-bool Controller::ApplyStatusLine(const std::string& line, Bridge& link)
+// A circuit error while running does not stop the device; only calibration
+// treats it as a start-up error.
+Controller::Reply Controller::ClassifyReply(const std::string& line, Bridge& link, int& interimLines)
+{
+    if (line == Message::TimeOut) {
+        Log(line);
+        return LoseLink(&link);
+    }
+    if (IsInterimLine(line)) return AcceptInterimLine(line, link, interimLines);
+    if (line == Message::KorveUnlocked || line == Message::CircuitError) return Resume(line);
+    if (StartsWith(line, Message::StatusPrefix)) return ApplyStatusLine(line, link);
+    if (line == Message::KorveLocked) {
+        state = ZEPTA_STATE_STOPPED;
+        return Reply::Up;
+    }
+    Log(Message::Log::DisConnect);
+    return LoseLink(&link);
+}
+
+// Lock acknowledgements report the device running again; button presses are
+// only skipped.
+Controller::Reply Controller::AcceptInterimLine(const std::string& line, Bridge& link, int& interimLines)
+{
+    if (line != Message::OnPushButton) {
+        Log(line);
+        state = ZEPTA_STATE_RUNNING;
+    }
+    if (++interimLines <= kMaxInterimLines) return Reply::Interim;
+    Log(Message::Log::DisConnect);
+    return LoseLink(&link);
+}
+
+// The device answers on its own after an unlock or a circuit error.
+Controller::Reply Controller::Resume(const std::string& line)
+{
+    Log(line);
+    state = ZEPTA_STATE_RUNNING;
+    mismatchCount = 0;
+    return Reply::Up;
+}
+
+Controller::Reply Controller::ApplyStatusLine(const std::string& line, Bridge& link)
 {
     const long axisSet = DecimalField(line, Message::StatusPrefix.size(), kAxisSetDigits);
     const std::size_t marker = line.find(Message::StatusCodeMarker);
@@ -139,22 +154,22 @@ bool Controller::ApplyStatusLine(const std::string& line, Bridge& link)
     if (axisSet == 0) return LoseLink(&link);
     if (axisSet == static_cast<long>(axisMask)) {
         mismatchCount = 0;
-        state = kStateRunning;
+        state = ZEPTA_STATE_RUNNING;
     } else {
         // Counting stops past the limit so that a long run cannot overflow.
         if (mismatchCount <= kMaxAxisMismatches) ++mismatchCount;
-        state = mismatchCount <= kMaxAxisMismatches ? kStateRunning : kStateStopped;
+        state = mismatchCount <= kMaxAxisMismatches ? ZEPTA_STATE_RUNNING : ZEPTA_STATE_STOPPED;
     }
-    return true;
+    return Reply::Up;
 }
 
 // The actuators are considered shut down; the session must build a new
 // bridge and controller.
-bool Controller::LoseLink(Bridge* link)
+Controller::Reply Controller::LoseLink(Bridge* link)
 {
-    state = kStateShutDown;
+    state = ZEPTA_STATE_SHUT_DOWN;
     if (link != nullptr) link->portDisable();
-    return false;
+    return Reply::Down;
 }
 
 }  // namespace ZEPTASDK

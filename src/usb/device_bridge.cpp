@@ -6,30 +6,31 @@
 #include <vector>
 
 #include "usb/messages.h"
-#include "usb/port_probe.h"
 
 namespace ZEPTASDK {
 
 namespace {
 
 constexpr std::chrono::seconds kPauseBetweenPasses{1};
-const std::wstring kDefaultPortFile = L"korve_default_comport.txt";
+constexpr int kIdentityTimeoutMs = 300;
+constexpr int kCommandTimeoutMs = 500;
+constexpr int kCalibrationTimeoutMs = 30000;
 
 // The port on which the last search found a device; a later bridge (of any
 // session) tries it first. Sessions build bridges on their own threads.
-std::mutex s_lastPortMutex;
-std::wstring s_lastPort;  // guarded by s_lastPortMutex
+std::mutex lastPortMutex;
+std::wstring lastPort;  // guarded by lastPortMutex
 
 std::wstring LastPort()
 {
-    std::lock_guard<std::mutex> lock(s_lastPortMutex);
-    return s_lastPort;
+    std::lock_guard<std::mutex> lock(lastPortMutex);
+    return lastPort;
 }
 
 void RememberLastPort(const std::wstring& name)
 {
-    std::lock_guard<std::mutex> lock(s_lastPortMutex);
-    s_lastPort = name;
+    std::lock_guard<std::mutex> lock(lastPortMutex);
+    lastPort = name;
 }
 
 // One pass over the candidate ports; remembers the first that answers.
@@ -46,31 +47,69 @@ bool ConnectFirstAnswering(DeviceBridge& bridge, const std::vector<std::wstring>
 
 }  // namespace
 
-DeviceBridge::DeviceBridge() : hasPorts(true), defaultPortFile(kDefaultPortFile)
+bool PreparePort(IO::SerialPort& port)
+{
+    if (!port.IsEnable()) return false;
+    port.ClearBuffer(Message::CommandEnd);
+    return true;
+}
+
+void ReadReply(IO::SerialPort& port, std::string& line)
+{
+    if (!port.ReadLine(line)) line = Message::TimeOut;
+}
+
+std::string ReadReply(IO::SerialPort& port)
+{
+    std::string line;
+    ReadReply(port, line);
+    return line;
+}
+
+std::string RequestIdentity(IO::SerialPort& port)
+{
+    port.SetTimeout(kIdentityTimeoutMs);
+    port.ClearBuffer(Message::CommandEnd);
+    port.Write(Message::Connect);
+    return ReadReply(port);
+}
+
+bool IsIdentityLine(const std::string& reply)
+{
+    return reply != Message::TimeOut && reply.find(Message::DeviceSuffix) != std::string::npos;
+}
+
+// The empty command only arms the long wait for the end of a calibration.
+int ReadTimeoutFor(const std::string& command)
+{
+    return command == Message::CalibrationWait ? kCalibrationTimeoutMs : kCommandTimeoutMs;
+}
+
+DeviceBridge::DeviceBridge() : hasPorts(true)
 {
     const std::wstring last = LastPort();
-    if (!last.empty() && Connect(last)) return;
+    if (last.empty() || !Connect(last)) Search();
+}
+
+DeviceBridge::~DeviceBridge() = default;
+
+// A device that is still booting gets a second chance after a pause.
+void DeviceBridge::Search()
+{
     const std::vector<std::wstring> names = IO::GetPortNames();
     if (names.empty()) {
         hasPorts = false;
         return;
     }
     if (ConnectFirstAnswering(*this, names)) return;
-    // A device that is still booting gets a second chance after a pause.
     std::this_thread::sleep_for(kPauseBetweenPasses);
     ConnectFirstAnswering(*this, names);
 }
 
-DeviceBridge::~DeviceBridge() = default;
-
 bool DeviceBridge::Connect(const std::wstring& portName)
 {
     port = std::make_unique<IO::SerialPort>(portName, false);
-    if (!port->IsEnable()) {
-        port.reset();
-        return false;
-    }
-    const std::string identity = RequestIdentity(*port);
+    const std::string identity = PreparePort(*port) ? RequestIdentity(*port) : std::string();
     if (!IsIdentityLine(identity)) {
         port.reset();
         return false;
@@ -109,7 +148,7 @@ void DeviceBridge::ReadLine(std::string& line)
     } else if (!localReply.empty()) {
         line = localReply;
     } else {
-        port->ReadLine(line);
+        ReadReply(*port, line);
     }
 }
 

@@ -1,5 +1,7 @@
 // The Bridge over a serial port: finds the port on which a motion device
 // answers, keeps it open and chooses the read time-out for every command.
+// The steps by which it talks to a port are shared with ProbePort, so that a
+// probe reports exactly what the bridge's search would find on that port.
 #ifndef ZEPTA_USB_DEVICE_BRIDGE_H
 #define ZEPTA_USB_DEVICE_BRIDGE_H
 
@@ -37,14 +39,27 @@ public:
     bool Connect(const std::wstring& portName);
 
 private:
+    void Search();
+
     bool hasPorts;
     std::string localReply;
     std::unique_ptr<IO::SerialPort> port;
-    // Named for applications that keep a port choice in the local store; the
-    // bridge itself neither reads nor writes it.
-    std::wstring defaultPortFile;
     std::string deviceName;
 };
+
+// Ends any half-sent command of an opened port; false when it did not open.
+bool PreparePort(IO::SerialPort& port);
+// Stores the next reply line of port into line, Message::TimeOut when no
+// complete line came.
+void ReadReply(IO::SerialPort& port, std::string& line);
+std::string ReadReply(IO::SerialPort& port);
+// Clears the port and sends the identity request ("d;"); the reply line, or
+// Message::TimeOut after the identity time-out.
+std::string RequestIdentity(IO::SerialPort& port);
+// A reply by which a motion device identifies itself: it holds "-DEVICE".
+bool IsIdentityLine(const std::string& reply);
+// The read time-out that fits the reply to command.
+int ReadTimeoutFor(const std::string& command);
 
 }  // namespace ZEPTASDK
 

@@ -8,12 +8,12 @@ namespace ZEPTASDK {
 const DeviceFamily* FindDeviceFamily(const std::string& identity)
 {
     static const DeviceFamily kFamilies[] = {
-        {Message::KORVE4DOF_Enable, 2, kFourAxes},
-        {Message::KORVE6DOF_Enable, 3, kSixAxes},
-        {Message::KORVE2DOF_Enable, 1, kTwoAxes},
-        {Message::NEBULO2_Enable, 100, kTwoAxes},
-        {Message::TRAXEL_Enable, 103, kTwoAxes},
-        {Message::PLIX_Enable, 104, kTwoAxes},
+        {Message::KORVE4DOF_Enable, ZEPTA_DEVICE_KORVE_4DOF, kFourAxes},
+        {Message::KORVE6DOF_Enable, ZEPTA_DEVICE_KORVE_6DOF, kSixAxes},
+        {Message::KORVE2DOF_Enable, ZEPTA_DEVICE_KORVE_2DOF, kTwoAxes},
+        {Message::NEBULO2_Enable, ZEPTA_DEVICE_NEBULO_2DOF, kTwoAxes},
+        {Message::TRAXEL_Enable, ZEPTA_DEVICE_TRAXEL, kTwoAxes},
+        {Message::PLIX_Enable, ZEPTA_DEVICE_PLIX, kTwoAxes},
     };
     for (const DeviceFamily& family : kFamilies) {
         if (family.identity == identity) return &family;

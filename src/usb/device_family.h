@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+#include "zepta/zepta.h"
+
 namespace ZEPTASDK {
 
 // Axis sets: bit n stands for axis n + 1.
@@ -16,7 +18,7 @@ constexpr uint32_t kTwoAxes = 3;
 
 struct DeviceFamily {
     const std::string& identity;
-    int32_t model;
+    ZEPTADeviceKind model;
     uint32_t axisMask;
 };
 

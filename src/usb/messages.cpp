@@ -3,14 +3,15 @@
 namespace ZEPTASDK {
 namespace Message {
 
-const std::string FindUsb = "usb;";
-const std::string Connect = "d;";
-const std::string Calibration = "c;";
-const std::string CalibrationWait = "";
-const std::string ShowState = "n;";
-const std::string GetDeviceVersion = "v;";
-const std::string GetSerialNumber = "s;";
+// Defined first: the commands below are built from it.
 const std::string CommandEnd = ";";
+const std::string FindUsb = "usb" + CommandEnd;
+const std::string Connect = "d" + CommandEnd;
+const std::string Calibration = "c" + CommandEnd;
+const std::string CalibrationWait = "";
+const std::string ShowState = "n" + CommandEnd;
+const std::string GetDeviceVersion = "v" + CommandEnd;
+const std::string GetSerialNumber = "s" + CommandEnd;
 
 const std::string PositionCommand = "p";
 const std::string Position12Command = "q";

@@ -46,12 +46,16 @@ void CheckHandshake(const Controller& controller, const ScriptedBridge& bridge,
                     const std::vector<std::string>& replies)
 {
     const int state = controller.GetState();
-    Require(IsOneOf(state, {0, 1, 2, 3, 8}), "the handshake ends in 0, 1, 2, 3 or 8, not " + std::to_string(state));
-    Require(bridge.Reads() <= kMostHandshakeReads, "the handshake reads at most nine lines");
-    Require(state != 0 || (!replies.empty() && replies.front() == "NotFind"), "state 0 only after \"NotFind\"");
-    Require(state != 1 || (bridge.Disabled() && controller.GetZEPTA() == 0),
+    Require(IsOneOf(state, {ZEPTA_STATE_NO_USB_DEVICE, ZEPTA_STATE_NO_DEVICE, ZEPTA_STATE_CALIBRATION_FAILED,
+                            ZEPTA_STATE_CALIBRATION_TIMED_OUT, ZEPTA_STATE_RUNNING}),
+            "the handshake ends in 0, 1, 2, 3 or 8, not " + std::to_string(state));
+    Require(bridge.reads <= kMostHandshakeReads, "the handshake reads at most nine lines");
+    Require(state != ZEPTA_STATE_NO_USB_DEVICE || (!replies.empty() && replies.front() == "NotFind"), "state 0 only after \"NotFind\"");
+    Require(state != ZEPTA_STATE_NO_DEVICE || (bridge.disabled && controller.GetZEPTA() == ZEPTA_DEVICE_NONE),
             "an unknown identity closes the port and leaves no model");
-    Require(state != 8 || IsOneOf(controller.GetZEPTA(), {1, 2, 3, 100, 103, 104}),
+    Require(state != ZEPTA_STATE_RUNNING ||
+                IsOneOf(controller.GetZEPTA(), {ZEPTA_DEVICE_KORVE_2DOF, ZEPTA_DEVICE_KORVE_4DOF, ZEPTA_DEVICE_KORVE_6DOF,
+                                                ZEPTA_DEVICE_NEBULO_2DOF, ZEPTA_DEVICE_TRAXEL, ZEPTA_DEVICE_PLIX}),
             "a connected device has a family's model code");
     const std::string serial = controller.GetZEPTASerialNumber();
     Require(serial.size() <= 32, "a serial number is at most 32 characters");
@@ -60,25 +64,27 @@ void CheckHandshake(const Controller& controller, const ScriptedBridge& bridge,
 
 void Supervise(Controller& controller, ScriptedBridge& bridge)
 {
-    while (bridge.Unread() > 0 && !bridge.Disabled()) {
-        const int readsBefore = bridge.Reads();
+    while (bridge.replies.size() > 0 && !bridge.disabled) {
+        const int readsBefore = bridge.reads;
         const bool up = controller.WaitZEPTA();
         const int state = controller.GetState();
-        Require(bridge.Reads() - readsBefore <= kMostReadsPerWait, "a status wait ends after a bounded number of lines");
-        Require(IsOneOf(state, {4, 8, 9}), "supervision leaves 4, 8 or 9, not " + std::to_string(state));
-        Require(up == (state != 4), "a wait reports the link down exactly in state 4");
-        Require(up || bridge.Disabled(), "a lost link closes the port");
+        Require(bridge.reads - readsBefore <= kMostReadsPerWait, "a status wait ends after a bounded number of lines");
+        Require(IsOneOf(state, {ZEPTA_STATE_SHUT_DOWN, ZEPTA_STATE_RUNNING, ZEPTA_STATE_STOPPED}), "supervision leaves 4, 8 or 9, not " + std::to_string(state));
+        Require(up == (state != ZEPTA_STATE_SHUT_DOWN), "a wait reports the link down exactly in state 4");
+        Require(up || bridge.disabled, "a lost link closes the port");
     }
 }
 
 void Calibrate(Controller& controller, ScriptedBridge& bridge)
 {
-    while (bridge.Unread() > 0) {
-        const int readsBefore = bridge.Reads();
+    while (bridge.replies.size() > 0) {
+        const int readsBefore = bridge.reads;
         controller.Calibration();
         const int state = controller.GetState();
-        Require(bridge.Reads() - readsBefore <= kMostReadsPerCalibration, "a calibration run reads at most two lines");
-        Require(IsOneOf(state, {2, 3, 7, 10}), "a calibration run leaves 2, 3, 7 or 10, not " + std::to_string(state));
+        Require(bridge.reads - readsBefore <= kMostReadsPerCalibration, "a calibration run reads at most two lines");
+        Require(IsOneOf(state, {ZEPTA_STATE_CALIBRATION_FAILED, ZEPTA_STATE_CALIBRATION_TIMED_OUT,
+                                ZEPTA_STATE_CALIBRATING, ZEPTA_STATE_CALIBRATION_REPEAT}),
+                 "a calibration run leaves 2, 3, 7 or 10, not " + std::to_string(state));
     }
 }
 
@@ -96,11 +102,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         bridge->Script(replies);
         Controller controller(bridge, "FUZZ");
         CheckHandshake(controller, *bridge, replies);
-        if (controller.GetState() == 8) Supervise(controller, *bridge);
+        if (controller.GetState() == ZEPTA_STATE_RUNNING) Supervise(controller, *bridge);
     } else {
         bridge->Script({"Find", "FW 1.00", "KORVE-RTO-START", "KORVE-READY", "SERIAL1"});
         Controller controller(bridge, "FUZZ");
-        if (controller.GetState() == 8) {
+        if (controller.GetState() == ZEPTA_STATE_RUNNING) {
             bridge->Script(replies);
             if (scenario == Scenario::Calibration) {
                 Calibrate(controller, *bridge);

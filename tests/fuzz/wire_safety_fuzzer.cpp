@@ -123,7 +123,7 @@ void CheckUsbCommand(const std::string& command)
 // Every command form a session may send for the packet.
 void CheckUsb(Controller& controller, ScriptedBridge& bridge, const _korve_data_packet& p)
 {
-    bridge.ClearWrites();
+    bridge.writes.clear();
     bridge.Script(std::vector<std::string>(8, kStatus));
     controller.SendPositionZEPTA(p.axis1, p.axis2, p.axis3, p.axis4);
     controller.SendPositionZEPTA(p.axis1, p.axis2, p.axis3, p.axis4, p.axis5, p.axis6);
@@ -132,7 +132,7 @@ void CheckUsb(Controller& controller, ScriptedBridge& bridge, const _korve_data_
     controller.SendSpeedZEPTA(p.speedAxis1, p.speedAxis2, p.speedAxis3, p.speedAxis4, p.speedAxis5, p.speedAxis6,
                               p.accelAxis);
     Require(controller.GetState() == ZEPTA_STATE_RUNNING, "the device accepted every command");
-    for (const std::string& command : bridge.Writes()) CheckUsbCommand(command);
+    for (const std::string& command : bridge.writes) CheckUsbCommand(command);
 }
 
 void CheckRecord(const ZEPTASDK::LanUpdate::BinaryRecord& record)

@@ -1,16 +1,12 @@
+// The serial port over a real pseudo-terminal: line settings, line framing,
+// time-outs and the process-wide ownership of a path.
 #include <fcntl.h>
-#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <memory>
-#include <thread>
-#include <vector>
-#include <string>
 
 #include "common/pseudo_terminal.h"
 #include "io/serial_port.h"
@@ -20,41 +16,27 @@
 namespace {
 
 using ZEPTASDK::IO::SerialPort;
-using zepta_tools::PseudoTerminal;
 
-// The path is not a ttyACM name, so that these tests never meet the device
-// search of other tests, and it names the process, so that test cases run in
-// parallel never replace each other's terminal.
+// Not a ttyACM name, so that the device search of other tests never meets
+// it, and named after the process, so that parallel cases never share it.
 const std::string kPath = "/dev/zepta-serial-test-" + std::to_string(getpid());
 const std::wstring kWidePath(kPath.begin(), kPath.end());
+const std::string kNoLine = "(no line)";
 
 class SerialPortTest : public zepta_test::SandboxedTest {
 protected:
     void SetUp() override
     {
         SandboxedTest::SetUp();
-        pty = std::make_unique<PseudoTerminal>(kPath);
+        pty = std::make_unique<zepta_tools::PseudoTerminal>(kPath);
+        port = std::make_unique<SerialPort>(kWidePath, false);
     }
-
-    void DeviceSends(const std::string& bytes)
+    void DeviceSends(const std::string& bytes) { ASSERT_GT(write(pty->MasterFd(), bytes.data(), bytes.size()), 0); }
+    std::string Read()
     {
-        ASSERT_EQ(write(pty->MasterFd(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        std::string line = "stale";
+        return port->ReadLine(line) ? line : kNoLine + line;
     }
-
-    // What the library wrote, as far as it arrives within a generous deadline.
-    std::string DeviceReceives(std::size_t expected)
-    {
-        std::string bytes;
-        pollfd fd{pty->MasterFd(), POLLIN, 0};
-        while (bytes.size() < expected && poll(&fd, 1, 5000) > 0) {
-            char buffer[256];
-            const ssize_t count = read(pty->MasterFd(), buffer, sizeof buffer);
-            if (count <= 0) break;
-            bytes.append(buffer, static_cast<std::size_t>(count));
-        }
-        return bytes;
-    }
-
     termios LineSettings() const
     {
         const int fd = open(pty->SlavePath().c_str(), O_RDWR | O_NOCTTY);
@@ -64,170 +46,67 @@ protected:
         return t;
     }
 
-    std::unique_ptr<PseudoTerminal> pty;
+    std::unique_ptr<zepta_tools::PseudoTerminal> pty;
+    std::unique_ptr<SerialPort> port;
 };
 
-TEST_F(SerialPortTest, OpeningConfiguresTheLineAndClearsWithASemicolon)
+TEST_F(SerialPortTest, LineIsRaw115200With8N1AndATimeoutInTenthsOfOneByte)
 {
-    SerialPort port(kWidePath, false);
-
-    ASSERT_TRUE(port.IsEnable());
-    EXPECT_EQ(DeviceReceives(1), ";");
-    const termios t = LineSettings();
-    EXPECT_EQ(t.c_cc[VTIME], 5);
-    EXPECT_EQ(t.c_cc[VMIN], 0);
-    EXPECT_EQ(cfgetispeed(&t), static_cast<speed_t>(B115200));
-    EXPECT_EQ(cfgetospeed(&t), static_cast<speed_t>(B115200));
+    termios t = LineSettings();
+    EXPECT_EQ(std::make_pair(t.c_cc[VTIME], t.c_cc[VMIN]), std::make_pair(cc_t{5}, cc_t{0}));
+    EXPECT_EQ(std::make_pair(cfgetispeed(&t), cfgetospeed(&t)), std::make_pair(speed_t{B115200}, speed_t{B115200}));
     EXPECT_EQ(t.c_cflag & (CSIZE | CSTOPB | PARENB | CRTSCTS | CREAD | CLOCAL), static_cast<tcflag_t>(CS8 | CREAD | CLOCAL));
     EXPECT_EQ(t.c_lflag & (ISIG | ICANON | ECHO | ECHONL | IEXTEN), 0u);
     EXPECT_EQ(t.c_iflag & (IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IXON), 0u);
     EXPECT_EQ(t.c_oflag & OPOST, 0u);
-}
-
-TEST_F(SerialPortTest, TimeoutIsTenthsOfASecondInOneByte)
-{
-    SerialPort port(kWidePath, false);
-
-    EXPECT_EQ(port.SetTimeout(50), 0);
-    EXPECT_EQ(LineSettings().c_cc[VTIME], 0);
-    port.SetTimeout(30000);
-    EXPECT_EQ(LineSettings().c_cc[VTIME], 44);
-    port.SetTimeout(300);
-    EXPECT_EQ(LineSettings().c_cc[VTIME], 3);
-    port.SetTimeout(199);
-    EXPECT_EQ(LineSettings().c_cc[VTIME], 1);
-}
-
-TEST_F(SerialPortTest, LinesLoseOneCarriageReturnAndTheLineFeed)
-{
-    SerialPort port(kWidePath, false);
-    const std::string binary("\x00\xff\x11\x13\x03\x7f", 6);
-    DeviceSends("ABC\r\nDEF\n\r\nG\r\r\n" + binary + "\n");
-
-    EXPECT_EQ(port.Read(), "ABC");
-    EXPECT_EQ(port.Read(), "DEF");
-    EXPECT_EQ(port.Read(), "");
-    EXPECT_EQ(port.Read(), "G\r");
-    EXPECT_EQ(port.Read(), binary);
-}
-
-TEST_F(SerialPortTest, SilenceGivesTimeOutAndDropsAPartialLine)
-{
-    SerialPort port(kWidePath, false);
-    port.SetTimeout(100);
-
-    EXPECT_EQ(port.Read(), "TimeOut");
-    DeviceSends("KORVE-REA");
-    EXPECT_EQ(port.Read(), "TimeOut");
-    DeviceSends("DY\r\n");
-    EXPECT_EQ(port.Read(), "DY");
-}
-
-TEST_F(SerialPortTest, EndlessLineIsCutAtTheCap)
-{
-    SerialPort port(kWidePath, false);
-    port.SetTimeout(100);
-    DeviceSends(std::string(SerialPort::kMaxLineLength + 10, 'x'));
-
-    EXPECT_EQ(port.Read(), std::string(SerialPort::kMaxLineLength, 'x'));
-    EXPECT_EQ(port.Read(), "TimeOut");
-}
-
-TEST_F(SerialPortTest, LineEndingExactlyAtTheCapIsAWholeLine)
-{
-    SerialPort port(kWidePath, false);
-    DeviceSends(std::string(SerialPort::kMaxLineLength - 1, 'y') + "\n");
-
-    EXPECT_EQ(port.Read(), std::string(SerialPort::kMaxLineLength - 1, 'y'));
-}
-
-TEST_F(SerialPortTest, ClearBufferDropsPendingInput)
-{
-    SerialPort port(kWidePath, false);
-    port.SetTimeout(100);
-    DeviceReceives(1);
-    DeviceSends("STALE\r\n");
-
-    port.ClearBuffer();
-
-    EXPECT_EQ(DeviceReceives(1), ";");
-    EXPECT_EQ(port.Read(), "TimeOut");
-}
-
-TEST_F(SerialPortTest, PathIsExclusiveWithinTheProcessUntilReleased)
-{
-    auto first = std::make_unique<SerialPort>(kWidePath, true);
-    ASSERT_TRUE(first->IsEnable());
-    char drained[4096];
-    while (ZEPTASDK::Debug::GetBackLogData(drained, sizeof drained) > 0) {
+    for (const auto& c : std::vector<std::pair<int, int>>{{50, 0}, {30000, 44}, {300, 3}, {199, 1}}) {
+        EXPECT_EQ(port->SetTimeout(c.first), 0);
+        EXPECT_EQ(LineSettings().c_cc[VTIME], c.second) << c.first;
     }
-
-    SerialPort second(kWidePath, true);
-    EXPECT_FALSE(second.IsEnable());
-    EXPECT_EQ(ZEPTASDK::Debug::GetBackLogDataAvailable(), 0);
-
-    first.reset();
-    SerialPort third(kWidePath, true);
-    EXPECT_TRUE(third.IsEnable());
 }
 
-// Sessions build their ports on their own threads.
-TEST_F(SerialPortTest, ConcurrentOpensOfOnePathGiveOneOwner)
+// A line that reaches the cap is handed over as it is; a partial line is
+// dropped at the silence, and so is pending input at a clear, which then
+// writes the given text.
+TEST_F(SerialPortTest, LinesLoseOneCarriageReturnAndTheLineFeedOrStopAtTheCap)
 {
-    constexpr int kThreads = 8;
-    std::vector<std::unique_ptr<SerialPort>> ports(kThreads);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&ports, i] { ports[static_cast<std::size_t>(i)] = std::make_unique<SerialPort>(kWidePath, false); });
+    const std::string binary("\x00\xff\x11\x13\x03\x7f", 6), full(SerialPort::kMaxLineLength - 1, 'y');
+    DeviceSends("ABC\r\nDEF\n\r\nG\r\r\n" + binary + "\n" + full + "\n");
+    for (const std::string& expected : {std::string("ABC"), std::string("DEF"), std::string(), std::string("G\r"), binary, full}) {
+        EXPECT_EQ(Read(), expected);
     }
-    for (std::thread& thread : threads) thread.join();
-
-    EXPECT_EQ(std::count_if(ports.begin(), ports.end(), [](const auto& port) { return port->IsEnable(); }), 1);
+    port->SetTimeout(100);
+    DeviceSends(std::string(SerialPort::kMaxLineLength, 'x') + "KORVE-REA");
+    EXPECT_EQ(Read(), std::string(SerialPort::kMaxLineLength, 'x'));
+    EXPECT_EQ(Read(), kNoLine);
+    DeviceSends("DY\r\nSTALE\r\n");
+    EXPECT_EQ(Read(), "DY");
+    port->ClearBuffer("x;");
+    EXPECT_EQ(Read(), kNoLine);
+    char received[8] = {};
+    EXPECT_EQ(std::string(received, static_cast<std::size_t>(read(pty->MasterFd(), received, sizeof received))), "x;");
 }
 
-TEST_F(SerialPortTest, RefusedPortFailsQuietlyAndDoesNotReleaseTheHolder)
+TEST_F(SerialPortTest, PathIsHeldByOnePortUntilReleasedAndRefusalsAreQuiet)
 {
-    SerialPort holder(kWidePath, false);
+    const std::wstring missing = L"/dev/zepta-no-such-port";
+    char log[256];
+    while (ZEPTASDK::Debug::GetBackLogData(log, sizeof log) > 0) {
+    }
     {
-        SerialPort refused(kWidePath, false);
-        EXPECT_EQ(refused.Write("d;"), -1);
-        EXPECT_EQ(refused.Read(), "TimeOut");
-        EXPECT_EQ(refused.SetTimeout(500), -1);
+        SerialPort refused(kWidePath, true);
+        EXPECT_EQ(std::make_tuple(refused.IsEnable(), refused.Write("d;"), refused.SetTimeout(500)),
+                  std::make_tuple(false, ssize_t{-1}, -1));
     }
-
-    SerialPort again(kWidePath, false);
-    EXPECT_FALSE(again.IsEnable());
-}
-
-TEST_F(SerialPortTest, UnopenablePathIsLoggedOnlyWhenAsked)
-{
-    char drained[4096];
-    while (ZEPTASDK::Debug::GetBackLogData(drained, sizeof drained) > 0) {
-    }
-
-    SerialPort quiet(L"/dev/zepta-no-such-port", false);
-    EXPECT_FALSE(quiet.IsEnable());
+    EXPECT_FALSE(SerialPort(kWidePath, false).IsEnable()) << "a refused port releases nothing";
     EXPECT_EQ(ZEPTASDK::Debug::GetBackLogDataAvailable(), 0);
-
-    SerialPort loud(L"/dev/zepta-no-such-port", true);
-    EXPECT_FALSE(loud.IsEnable());
-    const int count = ZEPTASDK::Debug::GetBackLogData(drained, sizeof drained);
-    EXPECT_EQ(std::string(drained, static_cast<std::size_t>(count)),
+    EXPECT_FALSE(SerialPort(missing, true).IsEnable());
+    EXPECT_EQ(std::string(log, static_cast<std::size_t>(ZEPTASDK::Debug::GetBackLogData(log, sizeof log))),
               "[/dev/zepta-no-such-port] is already in use or access is not permitted.\n");
-
-    // A failed open reserves nothing: the path can be opened once it exists.
-    PseudoTerminal late("/dev/zepta-no-such-port");
-    SerialPort opened(L"/dev/zepta-no-such-port", false);
-    EXPECT_TRUE(opened.IsEnable());
-}
-
-TEST_F(SerialPortTest, VanishedDeviceReadsAsTimeOut)
-{
-    SerialPort port(kWidePath, false);
-    pty.reset();
-
-    EXPECT_EQ(port.Read(), "TimeOut");
-    EXPECT_LT(port.Write("n;"), 0);
+    port.reset();
+    EXPECT_TRUE(SerialPort(kWidePath, false).IsEnable());
+    zepta_tools::PseudoTerminal late("/dev/zepta-no-such-port");
+    EXPECT_TRUE(SerialPort(missing, false).IsEnable()) << "a failed open reserves nothing";
 }
 
 }  // namespace

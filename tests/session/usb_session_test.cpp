@@ -1,299 +1,188 @@
-// Whole sessions over USB, through the C interface, against the emulated device:
-// the exact commands on the wire for known packets in every mode.
+// Whole sessions over USB, through the C interface, against the emulated
+// device: the search, the exact commands on the wire for known packets in
+// every mode, and devices that stream instead of answering.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <optional>
-#include <string>
-#include <thread>
-#include <vector>
+#include <memory>
+#include <tuple>
 
+#include "io/serial_port.h"
+#include "io/text_conversion.h"
 #include "session_test_support.h"
 #include "usb_emulator/usb_device_emulator.h"
 
 namespace {
 
 using namespace zepta_test;
-using zepta_tools::ReceivedCommand;
 using zepta_tools::UsbDeviceEmulator;
+using Texts = std::vector<std::string>;
+using Filter = bool (*)(const std::string&);
 
-std::vector<std::string> Texts(const std::vector<ReceivedCommand>& commands)
-{
-    std::vector<std::string> texts;
-    for (const auto& c : commands) texts.push_back(c.text);
-    return texts;
-}
+bool IsPosition(const std::string& text) { return text[0] == 'p'; }
+bool IsIdentityRequest(const std::string& text) { return text == "d;"; }
 
-bool IsMotion(const std::string& text)
+Texts Matching(Filter filter, const UsbDeviceEmulator& device)
 {
-    return !text.empty() && (text[0] == 'p' || text[0] == 'a');
-}
-
-// The commands a session sends while it runs frames (the handshake filtered out).
-std::vector<std::string> MotionCommands(const UsbDeviceEmulator& device)
-{
-    std::vector<std::string> motion;
-    for (const auto& text : Texts(device.Received())) {
-        if (IsMotion(text)) motion.push_back(text);
+    Texts texts;
+    for (const auto& command : device.Received()) {
+        if (filter(command.text)) texts.push_back(command.text);
     }
-    return motion;
-}
-
-std::size_t CountPrefix(const std::vector<std::string>& texts, char prefix)
-{
-    std::size_t n = 0;
-    for (const auto& t : texts) n += (!t.empty() && t[0] == prefix) ? 1 : 0;
-    return n;
+    return texts;
 }
 
 class UsbSession : public SessionTest {
 protected:
-
-    // Opens a session on a device of the given family and waits until the
-    // first frame has gone out, then forgets what the device received so far.
-    void Connect(const std::string& identity, int axisMode = ZEPTA_AXIS_BASE, int speedMode = ZEPTA_SPEED_DEFAULT)
+    // Opens a session and waits until its first frame has gone out whole (no
+    // command for a while), then forgets what the device received so far.
+    void Connect(const std::string& identity, int axisMode, int speedMode = ZEPTA_SPEED_DEFAULT)
     {
-        device_.ClearReceived();
-        device_.SetIdentity(identity);
-        device_.SetSerialNumber("SN-4711");
+        device->SetIdentity(identity);
         handle_ = zeptaOpen("TEST");
         zeptaSetAxisProcessingMode(handle_, axisMode);
         zeptaSetSpeedGainMode(handle_, speedMode);
         ASSERT_TRUE(WaitConnected(handle_)) << DrainLog();
-        ASSERT_TRUE(device_.WaitFor([](const auto& cmds) {
-            for (const auto& c : cmds) {
-                if (c.text[0] == 'p') return true;
-            }
-            return false;
-        }, 10s)) << DrainLog();
-        WaitQuiet();
-    }
-
-    // Waits until the first frame has gone out whole: no command for a while.
-    void WaitQuiet()
-    {
-        std::size_t seen = device_.Received().size();
-        for (int i = 0; i < 100; ++i) {
-            std::this_thread::sleep_for(250ms);
-            std::size_t now = device_.Received().size();
-            if (now == seen) return;
-            seen = now;
+        ASSERT_TRUE(WaitUntil([this] { return !Matching(IsPosition, *device).empty(); }, 10s));
+        for (std::size_t seen = 0; seen != device->Received().size();) {
+            seen = device->Received().size();
+            WaitUntil([&] { return device->Received().size() != seen; }, 250ms);
         }
+        device->ClearReceived();
     }
-
-    // Writes one packet and returns the next motion commands it produced.
-    std::vector<std::string> Frame(const _korve_data_packet& packet, std::size_t expected)
+    // Writes one packet and returns the first count commands it produced.
+    Texts Frame(const _korve_data_packet& packet, std::size_t count, Filter filter = [](const std::string&) { return true; })
     {
-        device_.ClearReceived();
+        device->ClearReceived();
         zeptaWrite(handle_, &packet);
-        device_.WaitFor([expected](const auto& cmds) {
-            std::size_t n = 0;
-            for (const auto& c : cmds) n += IsMotion(c.text) ? 1 : 0;
-            return n >= expected;
-        }, 10s);
-        auto motion = MotionCommands(device_);
-        if (motion.size() > expected) motion.resize(expected);
-        return motion;
+        WaitUntil([&] { return Matching(filter, *device).size() >= count; }, 10s);
+        Texts texts = Matching(filter, *device);
+        texts.resize(std::min(texts.size(), count));
+        return texts;
     }
 
-    UsbDeviceEmulator device_;
+    std::unique_ptr<UsbDeviceEmulator> device = std::make_unique<UsbDeviceEmulator>();
 };
 
-TEST_F(UsbSession, EveryFamilyConnectsWithItsKindAndSerial)
+// A port that answers with no identity line is passed over, and later
+// sessions ask the port found first. In origin mode each family is sent its
+// rest position.
+TEST_F(UsbSession, EveryFamilyIsFoundWithItsKindSerialStatusCodeAndRestPosition)
 {
-    const struct {
-        const char* identity;
-        int kind;
-    } families[] = {{"KORVE-DEVICE", 2}, {"KORVE6-DEVICE", 3}, {"KORVE2-DEVICE", 1},
-                    {"NEBULO2-DEVICE", 100}, {"KORVETL-DEVICE", 103}, {"PLIX-DEVICE", 104}};
-    for (const auto& family : families) {
-        SCOPED_TRACE(family.identity);
-        device_.SetIdentity(family.identity);
-        device_.SetSerialNumber("SN-4711");
-        int h = zeptaOpenSerialAssign("TEST", "seat");
-        ASSERT_TRUE(WaitConnected(h)) << DrainLog();
-        EXPECT_EQ(zeptaGetDevice(h), family.kind);
-        EXPECT_STREQ(zeptaGetSerialNumber(h), "SN-4711");
-        EXPECT_TRUE(zeptaIsRunning(h));
-        EXPECT_EQ(zeptaClose(h), h);
-        std::string log = DrainLog();
-        EXPECT_NE(log.find("seat: ZEPTA thread started.\n"), std::string::npos) << log;
-        EXPECT_NE(log.find("seat: USB connection established.\n"), std::string::npos) << log;
-        EXPECT_NE(log.find("seat: USB device found: SN-4711\n"), std::string::npos) << log;
-        EXPECT_NE(log.find("seat: ZEPTA thread terminated.\n"), std::string::npos) << log;
+    UsbDeviceEmulator other;
+    other.SetIdentity("KORVE-READY");
+    const std::string firstListed(ZEPTASDK::IO::WideToUtf8(ZEPTASDK::IO::GetPortNames().front()));
+    device->SetSerialNumber("SN-4711");
+    device->SetStatusCode(1234);
+    for (const auto& family : std::vector<std::tuple<std::string, int, std::string>>{
+             {"KORVE-DEVICE", ZEPTA_DEVICE_KORVE_4DOF, "pFF000080;"},
+             {"KORVE6-DEVICE", ZEPTA_DEVICE_KORVE_6DOF, "p000000000000;"},
+             {"KORVE2-DEVICE", ZEPTA_DEVICE_KORVE_2DOF, "p80800000;"},
+             {"NEBULO2-DEVICE", ZEPTA_DEVICE_NEBULO_2DOF, "p80800000;"},
+             {"KORVETL-DEVICE", ZEPTA_DEVICE_TRAXEL, "p80800000;"},
+             {"PLIX-DEVICE", ZEPTA_DEVICE_PLIX, "p80800000;"}}) {
+        device->SetIdentity(std::get<0>(family));
+        handle_ = zeptaOpenSerialAssign("TEST", "seat");
+        ASSERT_TRUE(WaitConnected(handle_)) << DrainLog();
+        EXPECT_EQ(std::make_pair(zeptaGetDevice(handle_), std::string(zeptaGetSerialNumber(handle_))),
+                  std::make_pair(std::get<1>(family), std::string("SN-4711")));
+        EXPECT_TRUE(WaitUntil([this] { return zeptaGetStatusEXT4(handle_) == 1234; }, 5s));
+        zeptaSetOriginMode(handle_, 1);
+        EXPECT_TRUE(WaitUntil([&] {
+            const Texts positions = Matching(IsPosition, *device);
+            return !positions.empty() && positions.back() == std::get<2>(family);
+        }, 5s)) << std::get<0>(family);
+        EXPECT_EQ(zeptaClose(handle_), handle_);
     }
+    EXPECT_EQ(Matching(IsIdentityRequest, other).size(), firstListed == other.DevicePath() ? 1u : 0u);
+    EXPECT_EQ(Matching(IsIdentityRequest, *device).size(), 6u);
 }
 
-TEST_F(UsbSession, ApplicationAxesGoOutAsTheyWereWritten)
+// A silent port is asked once more after a pause before the session gives up.
+TEST_F(UsbSession, SilentPortIsAskedTwiceThenNoDeviceIsFound)
+{
+    device->SilenceAfter(0);
+    handle_ = zeptaOpen("TEST");
+    ASSERT_TRUE(WaitStopped(handle_)) << DrainLog();
+    EXPECT_EQ(std::make_pair(Matching(IsIdentityRequest, *device).size(), zeptaGetState(handle_)),
+              std::make_pair(2ul, int{ZEPTA_STATE_INITIAL}));
+}
+
+// An unchanged speed command is not sent again; queued text commands follow
+// the motion commands of their frame; without packets the session repeats
+// its frame about once a second.
+TEST_F(UsbSession, FramesCarryManualOrDerivedAxesThenTheTextCommands)
 {
     Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
     _korve_data_packet packet = NeutralPacket();
-    packet.axis1 = 0.5f;
-    packet.axis2 = 0.25f;
-    packet.axis3 = 0.75f;
-    packet.axis4 = 0.1f;
-    packet.speedAxis1 = 1.0f;
-    packet.accelAxis = 0.5f;
-    EXPECT_EQ(Frame(packet, 2), (std::vector<std::string>{"p8040BF1A;", "aFF80;"}));
-    // An unchanged speed command is not sent again.
-    packet.axis1 = 0.9f;
-    EXPECT_EQ(Frame(packet, 1), (std::vector<std::string>{"pE640BF1A;"}));
+    packet.axis1 = 0.5f, packet.axis2 = 0.25f, packet.axis3 = 0.75f, packet.axis4 = 0.1f;
+    packet.speedAxis1 = 1.0f, packet.accelAxis = 0.5f;
+    EXPECT_EQ(Frame(packet, 2), Texts({"p8040BF1A;", "aFF80;"}));
+    packet.axis1 = 0.9f, packet.commandCount = 2;
+    std::strcpy(packet.commandBuffer, "x7");
+    EXPECT_EQ(Frame(packet, 3), Texts({"pE640BF1A;", "x7;", "x7;"}));
+    ASSERT_TRUE(WaitUntil([&] { return Matching(IsPosition, *device).size() >= 3; }, 10s));
+    EXPECT_GT(device->Received().back().at - device->Received().front().at, 1500ms);
+    zeptaSetAxisProcessingMode(handle_, ZEPTA_AXIS_BASE);
+    packet = NeutralPacket();
+    packet.graMR = 1.0f, packet.pitch = 0.2f, packet.roll = 0.4f, packet.heave = -0.3f;
+    packet.yaw = 0.5f, packet.sway = 0.1f, packet.surge = -0.2f, packet.speedAxis1 = 0.5f, packet.accelAxis = 0.5f;
+    EXPECT_EQ(Frame(packet, 2), Texts({"pAC7AC6BF;", "a8080;"}));
 }
 
-TEST_F(UsbSession, DerivedAxesFollowTheFourAxisFormulas)
-{
-    Connect("KORVE-DEVICE", ZEPTA_AXIS_BASE);
-    _korve_data_packet packet = NeutralPacket();
-    packet.graMR = 1.0f;
-    packet.pitch = 0.2f;
-    packet.roll = 0.4f;
-    packet.heave = -0.3f;
-    packet.yaw = 0.5f;
-    packet.sway = 0.1f;
-    packet.surge = -0.2f;
-    packet.speedAxis1 = 0.5f;
-    packet.accelAxis = 0.5f;
-    auto commands = Frame(packet, 2);
-    EXPECT_EQ(commands, (std::vector<std::string>{"pAC7AC6BF;", "a8080;"}));
-}
-
-TEST_F(UsbSession, SpeedsFromMotionUseThePerAxisSpeedCommand)
-{
-    Connect("KORVE6-DEVICE", ZEPTA_AXIS_MANUAL, ZEPTA_SPEED_FROM_MOTION);
-    _korve_data_packet packet = NeutralPacket();
-    auto commands = Frame(packet, 2);
-    ASSERT_EQ(commands.size(), 2u);
-    EXPECT_EQ(commands[0], "p808080808080;");
-    // The acceleration command ("aFFFA;": 1.0 after a derivation, clamped to
-    // 0.98) went out with the first frame and is not repeated.
-    EXPECT_EQ(commands[1].substr(0, 2), "as");
-    EXPECT_EQ(commands[1].size(), 15u);
-}
-
-TEST_F(UsbSession, SpeedsAsWrittenAreSentPerAxisWithTheirOffset)
+// Speeds of 0 are raised to 0.01 by the final clamp before the 0.01 offset.
+// Speeds from motion are derived per axis, with an acceleration of 1.0 clamped
+// to 0.98.
+TEST_F(UsbSession, PerAxisSpeedsAsWrittenOrFromMotion)
 {
     Connect("KORVE6-DEVICE", ZEPTA_AXIS_MANUAL, ZEPTA_SPEED_AS_WRITTEN);
     _korve_data_packet packet = NeutralPacket();
     packet.speedAxis1 = packet.speedAxis2 = packet.speedAxis3 = 0.5f;
     packet.speedAxis4 = packet.speedAxis5 = packet.speedAxis6 = 0.0f;
     packet.accelAxis = 0.5f;
-    // Speeds of 0 are raised to 0.01 by the final clamp before the 0.01 offset.
-    auto commands = Frame(packet, 3);
-    EXPECT_EQ(commands, (std::vector<std::string>{"p808080808080;", "aFF80;", "as828282050505;"}));
+    EXPECT_EQ(Frame(packet, 3), Texts({"p808080808080;", "aFF80;", "as828282050505;"}));
+    zeptaSetSpeedGainMode(handle_, ZEPTA_SPEED_FROM_MOTION);
+    const Texts commands = Frame(packet, 3);
+    EXPECT_EQ(commands.at(0) + commands.at(1) + commands.at(2).substr(0, 2) + std::to_string(commands.at(2).size()),
+              "p808080808080;aFFFA;as15");
 }
 
-TEST_F(UsbSession, OriginModeSendsTheRestPositionOfEachFamily)
+// At most a hundred text commands are queued; those written during a
+// calibration that outlasts a command's read time-out wait for the first frame.
+TEST_F(UsbSession, QueuedTextCommandsAreCappedAtAHundred)
 {
-    const struct {
-        const char* identity;
-        const char* position;
-    } families[] = {{"KORVE-DEVICE", "pFF000080;"}, {"KORVE2-DEVICE", "p80800000;"}, {"KORVE6-DEVICE", "p000000000000;"}};
-    for (const auto& family : families) {
-        SCOPED_TRACE(family.identity);
-        Connect(family.identity);
-        zeptaSetOriginMode(handle_, 1);
-        _korve_data_packet packet = NeutralPacket();
-        packet.roll = 1.0f;
-        auto commands = Frame(packet, 1);
-        ASSERT_EQ(commands.size(), 1u);
-        EXPECT_EQ(commands[0], family.position);
-        zeptaClose(handle_);
-        handle_ = -1;
-    }
-}
-
-TEST_F(UsbSession, TextCommandsFollowTheMotionCommandsOfTheirFrame)
-{
-    Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
-    _korve_data_packet packet = NeutralPacket();
-    packet.commandCount = 2;
-    std::strcpy(packet.commandBuffer, "x7");
-    device_.ClearReceived();
-    zeptaWrite(handle_, &packet);
-    ASSERT_TRUE(device_.WaitFor([](const auto& cmds) { return cmds.size() >= 4; }, 10s));
-    auto texts = Texts(device_.Received());
-    ASSERT_GE(texts.size(), 4u);
-    EXPECT_EQ(texts[0], "p80808080;");
-    EXPECT_EQ(texts[1].substr(0, 1), "a");
-    EXPECT_EQ(texts[2], "x7;");
-    EXPECT_EQ(texts[3], "x7;");
-}
-
-TEST_F(UsbSession, QueuedCommandsAreCappedAtOneHundred)
-{
-    device_.SetIdentity("KORVE-DEVICE");
-    device_.SetCalibrationDelay(1500ms);
+    device->SetCalibrationDelay(1500ms);
     handle_ = zeptaOpen("TEST");
-    // Written while the device is still calibrating: nothing is sent yet.
     _korve_data_packet packet = NeutralPacket();
     packet.commandCount = 60;
     std::strcpy(packet.commandBuffer, "z9");
     zeptaWrite(handle_, &packet);
     zeptaWrite(handle_, &packet);
-    ASSERT_TRUE(WaitConnected(handle_));
-    auto count = [this] {
-        std::size_t n = 0;
-        for (const auto& t : Texts(device_.Received())) n += t == "z9;" ? 1 : 0;
-        return n;
-    };
-    ASSERT_TRUE(WaitUntil([&] { return count() >= 100; }, 20s));
-    std::this_thread::sleep_for(300ms);
-    EXPECT_EQ(count(), 100u);
+    const Filter isZ9 = [](const std::string& t) { return t == "z9;"; };
+    ASSERT_TRUE(WaitUntil([&] { return Matching(isZ9, *device).size() >= 100; }, 20s));
+    EXPECT_FALSE(WaitUntil([&] { return Matching(isZ9, *device).size() > 100; }, 300ms));
 }
 
-TEST_F(UsbSession, SilentApplicationStillGetsAFrameAboutOnceASecond)
+// Status lines without axes, or a line without end trickled byte by byte: the
+// session shuts down and says why, and Close returns.
+TEST_F(UsbSession, BrokenStatusShutsTheSessionDown)
 {
-    Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
-    device_.ClearReceived();
-    const auto start = std::chrono::steady_clock::now();
-    std::this_thread::sleep_for(3500ms);
-    const auto elapsed = std::chrono::steady_clock::now() - start;
-    std::size_t positions = CountPrefix(Texts(device_.Received()), 'p');
-    const auto seconds = std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count() / 1000;
-    EXPECT_GE(positions, 2u);
-    EXPECT_LE(positions, static_cast<std::size_t>(seconds + 1));
-}
-
-TEST_F(UsbSession, OriginSetterWakesTheThreadAtOnce)
-{
-    Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
-    // Catch an idle frame, so that the next one would be a second away.
-    device_.ClearReceived();
-    ASSERT_TRUE(device_.WaitFor([](const auto& cmds) { return !cmds.empty(); }, 5s));
-    const auto idleFrame = device_.Received().front().at;
-    device_.ClearReceived();
-    zeptaSetOriginMode(handle_, 1);
-    ASSERT_TRUE(device_.WaitFor([](const auto& cmds) {
-        for (const auto& c : cmds) {
-            if (c.text == "pFF000080;") return true;
-        }
-        return false;
-    }, 5s));
-    const auto originFrame = device_.Received().front().at;
-    EXPECT_LT(originFrame - idleFrame, 900ms);
-}
-
-TEST_F(UsbSession, StatusWithoutAxesShutsTheSessionDown)
-{
-    Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
-    device_.ReplaceNextStatus("KORVE-STATUS-00\r\n");
-    _korve_data_packet packet = NeutralPacket();
-    packet.axis1 = 0.3f;
-    zeptaWrite(handle_, &packet);
-    ASSERT_TRUE(WaitStopped(handle_)) << DrainLog();
-    EXPECT_EQ(zeptaGetState(handle_), 4);
-    EXPECT_FALSE(zeptaIsRunning(handle_));
-    auto lines = SplitLines(DrainLog());
-    ASSERT_GE(lines.size(), 2u);
-    EXPECT_EQ(lines[lines.size() - 2], "Actuator shut down.");
-    EXPECT_EQ(lines.back(), "ZEPTA thread terminated.");
-}
-
-TEST_F(UsbSession, StatusCodeIsReadThroughTheInterface)
-{
-    device_.SetStatusCode(1234);
-    Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
-    EXPECT_TRUE(WaitUntil([this] { return zeptaGetStatusEXT4(handle_) == 1234; }, 5s));
+    for (const auto& fault : std::vector<std::tuple<std::string, std::chrono::milliseconds, std::string>>{
+             {"KORVE-STATUS-00\r\n", 0ms, "Actuator shut down."}, {"KORVE-STATUS-15", 50ms, "TimeOut"}}) {
+        device = std::make_unique<UsbDeviceEmulator>();
+        Connect("KORVE-DEVICE", ZEPTA_AXIS_MANUAL);
+        device->BabbleInsteadOfNextStatus(std::get<0>(fault), std::get<1>(fault));
+        const _korve_data_packet packet = NeutralPacket();
+        ASSERT_TRUE(WaitUntil([&] {
+            zeptaWrite(handle_, &packet);
+            return zeptaGetSystemStatus(handle_) == 0;
+        }, 20s)) << DrainLog();
+        EXPECT_EQ(zeptaGetState(handle_), ZEPTA_STATE_SHUT_DOWN);
+        const Texts log = SplitLines(DrainLog());
+        EXPECT_THAT(log, ::testing::Contains(std::get<2>(fault)));
+        EXPECT_EQ(Texts(log.end() - 2, log.end()), Texts({"Actuator shut down.", "ZEPTA thread terminated."}));
+        EXPECT_EQ(zeptaClose(handle_), handle_);
+    }
 }
 
 }  // namespace
