@@ -7,7 +7,9 @@
 // the sample is there. On loopback the kernel delivers the datagram, and
 // wakes the receiving thread, within the game's sendto, so the datagram has
 // arrived when sendto returns; the path is timed from there, and what
-// sendto itself took is noted beside it.
+// sendto itself took is noted beside it. The receiving thread stamps the
+// datagram when recv returns, so its decode (a tenth of a microsecond, see
+// the decode rows) is the one step the sum leaves out.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
