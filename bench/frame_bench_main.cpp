@@ -1,11 +1,12 @@
 // zepta_bench_frame: measures the frame path from the application's Write to
 // the emulated device, prints the report table and writes it as JSON.
 //
-//   zepta_bench_frame [--motion MOTION.json] [--json OUT.json]
+//   zepta_bench_frame [--motion MOTION.json] [--ride RIDE.json] [--json OUT.json]
 //
-// MOTION.json is zepta_bench_motion's output (--benchmark_out_format=json); its
-// figures join the report. Runs inside scripts/sandbox.sh only, since it
-// opens sessions, pseudo-terminals and sockets. scripts/bench.sh runs both.
+// MOTION.json and RIDE.json are zepta_bench_motion's and zepta_bench_ride's
+// output (--benchmark_out_format=json); their figures join the report. Runs
+// inside scripts/sandbox.sh only, since it opens sessions, pseudo-terminals
+// and sockets. scripts/bench.sh runs all three.
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -19,16 +20,18 @@
 #include "support/allocation_counter.h"
 #include "common/sandbox_check.h"
 #include "frame_bench.h"
+#include "ride_measures.h"
 
 namespace {
 
 using namespace zepta_bench;
 
-const char kUsage[] = "usage: zepta_bench_frame [--motion MOTION.json] [--json OUT.json]\n";
+const char kUsage[] = "usage: zepta_bench_frame [--motion MOTION.json] [--ride RIDE.json] [--json OUT.json]\n";
 const char kDefaultJson[] = "out/bench.json";
 
 struct Options {
     std::string motionJson;
+    std::string rideJson;
     std::string json = kDefaultJson;
 };
 
@@ -39,6 +42,8 @@ bool Parse(int argc, char** argv, Options& options)
         if (i + 1 >= argc) return false;
         if (arg == "--motion") {
             options.motionJson = argv[++i];
+        } else if (arg == "--ride") {
+            options.rideJson = argv[++i];
         } else if (arg == "--json") {
             options.json = argv[++i];
         } else {
@@ -86,6 +91,10 @@ void MeasureAll(Report& report)
     MeasureLanPacing(report);
     Section("Resident memory");
     MeasureMemory(report, SelfPath());
+    Section("Ride");
+    MeasureRideReceivePath(report);
+    MeasureRideAllocations(report);
+    MeasureRideCpu(report);
 }
 
 }  // namespace
@@ -118,6 +127,10 @@ int main(int argc, char** argv)
         MeasureAll(report);
         if (!options.motionJson.empty() && !report.AddMotionResults(options.motionJson)) {
             std::cerr << "zepta_bench_frame: cannot read " << options.motionJson << "\n";
+            return 1;
+        }
+        if (!options.rideJson.empty() && !AddRideResults(report, options.rideJson)) {
+            std::cerr << "zepta_bench_frame: cannot read " << options.rideJson << "\n";
             return 1;
         }
     } catch (const std::exception& e) {

@@ -3,8 +3,8 @@
 # and the frame-path measurements inside the test sandbox (they open sessions,
 # pseudo-terminals and sockets). Prints one table of every figure with its
 # target, writes it into bench/README.md between its markers and to
-# out/bench.json; Google Benchmark's own output for the motion maths is kept
-# in out/bench-motion.json.
+# out/bench.json; Google Benchmark's own output for the motion maths and the
+# ride library is kept in out/bench-motion.json and out/bench-ride.json.
 #
 #   bash scripts/bench.sh        (as root, from anywhere)
 #
@@ -17,11 +17,14 @@ build="${ZEPTA_BUILD_DIR:-build-release}"
 
 bash scripts/install-deps.sh
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$build" -j"$(nproc)" --target zepta_bench_motion zepta_bench_frame
+cmake --build "$build" -j"$(nproc)" --target zepta_bench_motion zepta_bench_ride zepta_bench_frame
 mkdir -p out
 scripts/sandbox.sh "$build/bench/zepta_bench_motion" \
   --benchmark_out=out/bench-motion.json --benchmark_out_format=json
-scripts/sandbox.sh "$build/bench/zepta_bench_frame" --motion out/bench-motion.json --json out/bench.json \
+scripts/sandbox.sh "$build/bench/zepta_bench_ride" \
+  --benchmark_out=out/bench-ride.json --benchmark_out_format=json
+scripts/sandbox.sh "$build/bench/zepta_bench_frame" --motion out/bench-motion.json --ride out/bench-ride.json \
+  --json out/bench.json \
   | tee out/bench.txt
 
 # The README names the machine by its size only.
