@@ -6,14 +6,13 @@
 
 #include <memory>
 
-#include "zepta/export.h"
 #include "zepta/zepta.h"
 
 namespace ZEPTASDK {
 
 class AxisConverter;
 
-class ZEPTA_API FrameConverter {
+class FrameConverter {
 public:
     // Fitted to deviceKind exactly as a session fits its converter once that
     // kind has connected.

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "io/serial_port.h"
-#include "zepta/export.h"
 
 namespace ZEPTASDK {
 
@@ -38,7 +37,7 @@ struct PortIdentity {
 // Opens portName, asks for the device's identity the way the bridge's search
 // does and, for a known family, for its firmware version. Sends nothing that
 // moves the device and closes the port again; never throws for device trouble.
-ZEPTA_API PortIdentity ProbePort(const std::wstring& portName);
+PortIdentity ProbePort(const std::wstring& portName);
 
 }  // namespace ZEPTASDK
 
