@@ -16,16 +16,18 @@
 #include <utility>
 
 #include "common/sandbox_check.h"
+#include "lan/lan_discovery.h"
+#include "lan/update_messages.h"
 
 namespace zepta_tools {
 
 namespace {
 
-const std::string kPing = "KORVE-PING";
-constexpr std::uint16_t kDevicePort = 33551;
+using ZEPTASDK::LanDiscovery::kDevicePort;
+using ZEPTASDK::LanDiscovery::kPing;
+using ZEPTASDK::LanUpdate::kRecordBytes;
+using ZEPTASDK::LanUpdate::kRecordWords;
 constexpr char kReplySeparator = '-';
-constexpr std::uint16_t kRecordWordCount = 14;
-constexpr std::size_t kRecordBytes = 2 * kRecordWordCount;
 // Larger than any UDP payload, so that nothing is cut before it is recorded.
 constexpr std::size_t kMaxDatagram = 65536;
 
@@ -82,12 +84,12 @@ std::string EndpointText(const sockaddr_in& address)
 bool IsBinaryRecord(const std::string& bytes)
 {
     return bytes.size() == kRecordBytes && static_cast<unsigned char>(bytes[0]) == 0 &&
-           static_cast<unsigned char>(bytes[1]) == kRecordWordCount;
+           static_cast<unsigned char>(bytes[1]) == kRecordWords;
 }
 
 void DecodeRecord(ReceivedDatagram& datagram)
 {
-    for (std::size_t i = 0; i < ReceivedDatagram::kRecordWords; ++i) {
+    for (std::size_t i = 0; i < kRecordWords; ++i) {
         const auto high = static_cast<unsigned char>(datagram.bytes[2 * i]);
         const auto low = static_cast<unsigned char>(datagram.bytes[2 * i + 1]);
         datagram.words[i] = static_cast<std::uint16_t>(high << 8 | low);

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "lan/json.h"
+#include "lan/update_messages.h"
 
 namespace zepta_tools {
 
@@ -55,14 +56,12 @@ struct LanDeviceOptions {
 
 struct ReceivedDatagram {
     enum class Kind { Ping, Json, Binary, Other };
-    static constexpr std::size_t kRecordWords = 14;
-
     std::chrono::steady_clock::time_point time;
     std::string sender;                        // "a.b.c.d:port"
     std::string bytes;
     Kind kind = Kind::Other;
     picojson::value json;                      // Kind::Json: the parsed object
-    std::array<std::uint16_t, kRecordWords> words{};   // Kind::Binary: the decoded record
+    std::array<std::uint16_t, ZEPTASDK::LanUpdate::kRecordWords> words{};   // Kind::Binary: the decoded record
 };
 
 // Decodes one datagram as the device sees it.
