@@ -11,7 +11,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int kStateRunning = 8;
 constexpr auto kConnectTimeout = 30s;
 constexpr auto kFrameTimeout = 10s;
 const char kAppCode[] = "BENCH";
@@ -62,7 +61,7 @@ int OpenProbedSession(int axisMode)
     zeptaSetAxisProcessingMode(handle, axisMode);
     FrameProbe::Attach(handle);
     const std::uint64_t before = FrameProbe::FramesDone();
-    const bool connected = WaitUntil([handle] { return zeptaGetState(handle) == kStateRunning; }, kConnectTimeout,
+    const bool connected = WaitUntil([handle] { return zeptaGetState(handle) == ZEPTA_STATE_RUNNING; }, kConnectTimeout,
                                      std::chrono::milliseconds(5));
     if (!connected || !FrameProbe::WaitForFrameAfter(before, kFrameTimeout)) {
         zeptaClose(handle);

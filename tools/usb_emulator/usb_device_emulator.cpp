@@ -10,6 +10,7 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "usb/device_family.h"
 #include "usb/messages.h"
 
 namespace zepta_tools {
@@ -22,19 +23,16 @@ namespace {
 const std::string kDefaultVersion = "FW 1.00";
 const std::string kDefaultSerialNumber = "EMU00001";
 const std::string kLineEnd = "\r\n";
-constexpr int kFourAxes = 15;
-constexpr int kSixAxes = 63;
-constexpr int kTwoAxes = 3;
 // A device buffers only so much of a command that never ends.
 constexpr std::size_t kMaxCommandLength = 4096;
 constexpr std::size_t kReadChunk = 256;
 constexpr std::size_t kFloodChunk = 256;
 
+// The axes the identity's family reports; two for an identity of no family.
 int FamilyAxisSet(const std::string& identity)
 {
-    if (identity == Message::KORVE4DOF_Enable) return kFourAxes;
-    if (identity == Message::KORVE6DOF_Enable) return kSixAxes;
-    return kTwoAxes;
+    const ZEPTASDK::DeviceFamily* family = ZEPTASDK::FindDeviceFamily(identity);
+    return static_cast<int>(family != nullptr ? family->axisMask : ZEPTASDK::kTwoAxes);
 }
 
 bool StartsWith(const std::string& text, const std::string& prefix)
@@ -461,8 +459,8 @@ std::vector<double> DecodePositionCommand(const std::string& text)
     constexpr std::size_t kWordDigits = 3;
     if (text.size() < 3 || text.back() != ';') return {};
     std::vector<double> axes;
-    if (text[0] == 'p') axes = DecodeFields(text, kByteDigits, 255.0);
-    if (text[0] == 'q') axes = DecodeFields(text, kWordDigits, 4095.0);
+    if (StartsWith(text, Message::PositionCommand)) axes = DecodeFields(text, kByteDigits, 255.0);
+    if (StartsWith(text, Message::Position12Command)) axes = DecodeFields(text, kWordDigits, 4095.0);
     if (axes.size() != 4 && axes.size() != 6) return {};
     return axes;
 }

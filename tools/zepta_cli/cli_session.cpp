@@ -13,8 +13,6 @@ namespace zepta_cli {
 namespace {
 
 const char kAppCode[] = "ZEPTACLI";
-constexpr int kStateCalibrating = 7;
-constexpr int kStateRunning = 8;
 constexpr auto kConnectTimeout = std::chrono::seconds(60);
 constexpr auto kPollInterval = std::chrono::milliseconds(20);
 constexpr auto kRateWindow = std::chrono::seconds(1);
@@ -62,7 +60,7 @@ void CliSession::Connect()
         const int kind = DeviceKind();
         // The library lets a device settle for a moment before its first
         // frame; motion starts once that frame has gone out.
-        if (state == kStateRunning && FramesSent() > 0) {
+        if (state == ZEPTA_STATE_RUNNING && FramesSent() > 0) {
             console_.Status("connected: device kind " + std::to_string(kind) + ", serial \"" +
                                 Printable(session_.GetZEPTASerialNumber()) + "\"",
                             true);
@@ -84,11 +82,11 @@ void CliSession::Connect()
 void CliSession::ShowConnecting(int state, int kind, double seconds)
 {
     std::string phase = "searching for a device (USB, then a broadcast on the LAN)";
-    if (state == kStateCalibrating) {
+    if (state == ZEPTA_STATE_CALIBRATING) {
         phase = "calibrating device kind " + std::to_string(kind);
-    } else if (state == kStateRunning) {
+    } else if (state == ZEPTA_STATE_RUNNING) {
         phase = "device kind " + std::to_string(kind) + " connected, settling";
-    } else if (kind != 0) {
+    } else if (kind != ZEPTA_DEVICE_NONE) {
         phase = "found device kind " + std::to_string(kind) + ", waiting for its first answer";
     }
     char elapsed[32];
@@ -126,7 +124,7 @@ double CliSession::FramesPerSecond()
 
 int CliSession::State() { return session_.GetState(); }
 
-bool CliSession::Calibrating() { return State() == kStateCalibrating; }
+bool CliSession::Calibrating() { return State() == ZEPTA_STATE_CALIBRATING; }
 
 int CliSession::DeviceKind() { return session_.GetZEPTADevice(); }
 
