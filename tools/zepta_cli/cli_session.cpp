@@ -176,6 +176,16 @@ DeviceTrouble CliSession::Trouble(const std::string& what)
     return DeviceTrouble(text);
 }
 
+bool RunParkedSession(Console& console, const SessionOptions& options, const std::function<bool(CliSession&)>& motion)
+{
+    CliSession session(console, options);
+    session.Connect();
+    const bool completed = motion(session);
+    console.EndStatus();
+    session.ParkAndClose();
+    return completed;
+}
+
 void AddSessionOptions(CLI::App& command, SessionOptions& options)
 {
     command.add_option("--serial", options.serial, "Serial number of the LAN device to use (default: the first)");

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -72,6 +73,13 @@ private:
     std::string lastLogLine_;
     std::deque<std::pair<std::chrono::steady_clock::time_point, long>> rateSamples_;
 };
+
+// What the test and play commands share around their motion: opens a session,
+// waits until it connects, runs motion, then parks the device and closes the
+// session. Returns motion's result: true when it ran to its end, false when a
+// stop signal ended it. An exception from motion closes without parking.
+bool RunParkedSession(Console& console, const SessionOptions& options,
+                      const std::function<bool(CliSession&)>& motion);
 
 }  // namespace zepta_cli
 

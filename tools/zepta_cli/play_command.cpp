@@ -204,14 +204,17 @@ int RunPlay(const PlayOptions& options)
         for (const std::string& name : recording.ignoredColumns) names += (names.empty() ? "" : ", ") + name;
         console.Line("ignoring columns: " + names);
     }
-    CliSession session(console, options.session);
-    session.Connect();
-    Player player(recording, options.rate, std::move(trace), console, session);
-    const bool completed = player.Run();
-    console.EndStatus();
-    session.ParkAndClose();
+    long frames = 0;
+    long skipped = 0;
+    const bool completed = RunParkedSession(console, options.session, [&](CliSession& session) {
+        Player player(recording, options.rate, std::move(trace), console, session);
+        const bool ranToEnd = player.Run();
+        frames = player.Frames();
+        skipped = player.Skipped();
+        return ranToEnd;
+    });
     std::printf("%s: %ld frames sent, %ld samples skipped%s; returned to origin (parked) and closed the session\n",
-                completed ? "replay done" : "interrupted", player.Frames(), player.Skipped(),
+                completed ? "replay done" : "interrupted", frames, skipped,
                 options.trace.empty() ? "" : ("; trace in " + options.trace).c_str());
     return kExitSuccess;
 }
