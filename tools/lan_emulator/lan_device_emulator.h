@@ -82,7 +82,7 @@ public:
     // Binds the sockets and starts the thread. Throws std::runtime_error when
     // a socket cannot be bound, or when asked to listen for pings outside the
     // sandbox.
-    explicit LanDeviceEmulator(LanDeviceOptions options, Observer observer = Observer());
+    explicit LanDeviceEmulator(LanDeviceOptions deviceOptions, Observer datagramObserver = Observer());
     ~LanDeviceEmulator();
     LanDeviceEmulator(const LanDeviceEmulator&) = delete;
     LanDeviceEmulator& operator=(const LanDeviceEmulator&) = delete;
@@ -93,7 +93,7 @@ public:
     // Update datagrams received so far (pings are only counted).
     Datagrams Received() const;
     void ClearReceived();
-    int PingCount() const { return pingCount_.load(); }
+    int PingCount() const { return pingCount.load(); }
     // Waits until predicate holds for the received datagrams; false on time-out.
     bool WaitFor(const std::function<bool(const Datagrams&)>& predicate, std::chrono::milliseconds timeout) const;
     bool WaitForCount(std::size_t count, std::chrono::milliseconds timeout) const;
@@ -118,22 +118,22 @@ private:
     void SendDueReplies();
     void Send(const Outgoing& outgoing);
 
-    LanDeviceOptions options_;   // scripts in it are guarded by mutex_, the rest is fixed
-    Observer observer_;
-    int discoveryFd_ = -1;
-    int deviceFd_ = -1;
-    int otherPortFd_ = -1;
-    int wakeRead_ = -1;
-    int wakeWrite_ = -1;
+    LanDeviceOptions options;   // scripts in it are guarded by mutex, the rest is fixed
+    Observer observer;
+    int discoveryFd = -1;
+    int deviceFd = -1;
+    int otherPortFd = -1;
+    int wakeRead = -1;
+    int wakeWrite = -1;
 
-    mutable std::mutex mutex_;
-    mutable std::condition_variable receivedChanged_;
-    Datagrams received_;         // guarded by mutex_
-    int answeredUpdates_ = 0;    // guarded by mutex_
-    std::atomic<int> pingCount_{0};
+    mutable std::mutex mutex;
+    mutable std::condition_variable receivedChanged;
+    Datagrams received;         // guarded by mutex
+    int answeredUpdates = 0;    // guarded by mutex
+    std::atomic<int> pingCount{0};
 
-    std::multimap<Clock::time_point, Outgoing> pending_;   // emulator thread only
-    std::thread thread_;
+    std::multimap<Clock::time_point, Outgoing> pending;   // emulator thread only
+    std::thread thread;
 };
 
 }  // namespace zepta_tools

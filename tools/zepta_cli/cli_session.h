@@ -26,7 +26,7 @@ class CliSession {
 public:
     // Opens the session: the library starts looking for a device (USB first,
     // then a discovery broadcast on the LAN).
-    CliSession(Console& console, const SessionOptions& options);
+    CliSession(Console& out, const SessionOptions& options);
     ~CliSession();
     CliSession(const CliSession&) = delete;
     CliSession& operator=(const CliSession&) = delete;
@@ -64,14 +64,14 @@ public:
 private:
     void ShowConnecting(int state, int kind, double seconds);
 
-    Console& console_;
-    bool quiet_;
-    ZEPTASDK::ZEPTA session_;
-    bool open_ = true;
-    std::string phase_;
-    std::string partialLogLine_;
-    std::string lastLogLine_;
-    std::deque<std::pair<std::chrono::steady_clock::time_point, long>> rateSamples_;
+    Console& console;
+    bool quiet;
+    ZEPTASDK::ZEPTA session;
+    bool open = true;
+    std::string phase;
+    std::string partialLogLine;
+    std::string lastLogLine;
+    std::deque<std::pair<std::chrono::steady_clock::time_point, long>> rateSamples;
 };
 
 // What the test and play commands share around their motion: opens a session,
