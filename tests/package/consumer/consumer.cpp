@@ -1,7 +1,6 @@
 #include <zepta/Debug.hpp>
 #include <zepta/ZEPTA.hpp>
 
-// The exported classes link: a session that is never opened takes a frame, the log takes a line.
 int main()
 {
     ZEPTASDK::ZEPTA session;
