@@ -6,6 +6,7 @@
 #include "motion/platform_geometry.h"
 #include "motion/stewart_platform.h"
 #include "per_call_timing.h"
+#include "zepta/zepta.h"
 
 namespace {
 
@@ -14,7 +15,7 @@ using Pose = StewartPlatform::Pose;
 
 const StewartPlatform& LargePlatform()
 {
-    static const StewartPlatform platform = ZEPTASDK::MakePlatformForKind(6);
+    static const StewartPlatform platform = ZEPTASDK::MakePlatformForKind(ZEPTA_DEVICE_GRANDE_500QX);
     return platform;
 }
 

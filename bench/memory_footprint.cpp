@@ -9,6 +9,7 @@
 
 #include "frame_bench.h"
 #include "session_rigs.h"
+#include "zepta/zepta.h"
 
 namespace zepta_bench {
 
@@ -20,7 +21,6 @@ constexpr int kManySessions = 16;
 constexpr auto kConnectTimeout = 120s;
 // Long enough for every session to settle and run a few frames.
 constexpr auto kRunningTime = 2s;
-constexpr int kStateRunning = 8;
 const std::string kResidentLabel = "VmRSS:";
 const std::string kReportLabel = "VmRSS";
 
@@ -68,7 +68,7 @@ int RunSessionsAndReportResidentMemory(int sessions)
     const bool running = WaitUntil(
         [&handles] {
             for (int h : handles) {
-                if (zeptaGetState(h) != kStateRunning) return false;
+                if (zeptaGetState(h) != ZEPTA_STATE_RUNNING) return false;
             }
             return true;
         },

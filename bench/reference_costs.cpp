@@ -41,20 +41,20 @@ class PtyPair {
 public:
     PtyPair()
     {
-        master_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0) throw std::runtime_error("posix_openpt");
-        slavePath_ = ptsname(master_);
+        master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0) throw std::runtime_error("posix_openpt");
+        slavePath = ptsname(master);
     }
-    ~PtyPair() { close(master_); }
+    ~PtyPair() { close(master); }
     PtyPair(const PtyPair&) = delete;
     PtyPair& operator=(const PtyPair&) = delete;
 
-    int Master() const { return master_; }
-    const std::string& SlavePath() const { return slavePath_; }
+    int Master() const { return master; }
+    const std::string& SlavePath() const { return slavePath; }
 
 private:
-    int master_ = -1;
-    std::string slavePath_;
+    int master = -1;
+    std::string slavePath;
 };
 
 int OpenRawBlocking(const std::string& path)

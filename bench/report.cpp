@@ -162,7 +162,7 @@ void Report::PrintTable(std::ostream& out, const Machine& machine) const
         << "; load average before the run " << machine.loadAverage << "\n\n";
     out << "| Figure | Unit | Median | p99 | Max | Value | Target | Met |\n";
     out << "|---|---|---:|---:|---:|---:|---|---|\n";
-    for (const Figure& f : figures_) {
+    for (const Figure& f : figures) {
         out << "| " << f.title << " | " << f.unit << " | " << SpreadCells(f.spread) << " | " << Cell(f.value) << " | "
             << f.target << " | " << MetCell(f.met) << " |\n";
     }
@@ -175,11 +175,11 @@ bool Report::WriteJson(const std::string& path, const Machine& machine) const
     host["cores"] = picojson::value(static_cast<int64_t>(machine.cores));
     host["kernel"] = picojson::value(machine.kernel);
     host["load_average_before"] = picojson::value(machine.loadAverage);
-    picojson::array figures;
-    for (const Figure& f : figures_) figures.push_back(FigureJson(f));
+    picojson::array figureArray;
+    for (const Figure& f : figures) figureArray.push_back(FigureJson(f));
     picojson::object root;
     root["machine"] = picojson::value(host);
-    root["figures"] = picojson::value(figures);
+    root["figures"] = picojson::value(figureArray);
     std::ofstream out(path);
     out << picojson::value(root).serialize(true);
     return static_cast<bool>(out);

@@ -13,8 +13,8 @@
 namespace zepta_bench {
 
 struct Figure {
-    Figure(std::string id_, std::string title_, std::string unit_)
-        : id(std::move(id_)), title(std::move(title_)), unit(std::move(unit_))
+    Figure(std::string figureId, std::string figureTitle, std::string figureUnit)
+        : id(std::move(figureId)), title(std::move(figureTitle)), unit(std::move(figureUnit))
     {
     }
 
@@ -49,7 +49,7 @@ Figure MicrosecondsFigure(std::string id, std::string title, std::vector<double>
 
 class Report {
 public:
-    void Add(Figure figure) { figures_.push_back(std::move(figure)); }
+    void Add(Figure figure) { figures.push_back(std::move(figure)); }
     // Adds the motion benchmarks from a Google Benchmark JSON file (with the
     // p50_ns/p99_ns counters); false when the file cannot be read.
     bool AddMotionResults(const std::string& path);
@@ -58,7 +58,7 @@ public:
     bool WriteJson(const std::string& path, const Machine& machine) const;
 
 private:
-    std::vector<Figure> figures_;
+    std::vector<Figure> figures;
 };
 
 }  // namespace zepta_bench

@@ -11,7 +11,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int kStateRunning = 8;
 constexpr auto kConnectTimeout = 30s;
 constexpr auto kFrameTimeout = 10s;
 const char kAppCode[] = "BENCH";
@@ -62,7 +61,7 @@ int OpenProbedSession(int axisMode)
     zeptaSetAxisProcessingMode(handle, axisMode);
     FrameProbe::Attach(handle);
     const std::uint64_t before = FrameProbe::FramesDone();
-    const bool connected = WaitUntil([handle] { return zeptaGetState(handle) == kStateRunning; }, kConnectTimeout,
+    const bool connected = WaitUntil([handle] { return zeptaGetState(handle) == ZEPTA_STATE_RUNNING; }, kConnectTimeout,
                                      std::chrono::milliseconds(5));
     if (!connected || !FrameProbe::WaitForFrameAfter(before, kFrameTimeout)) {
         zeptaClose(handle);
@@ -74,36 +73,36 @@ int OpenProbedSession(int axisMode)
 
 UsbRig::UsbRig(const UsbRigOptions& options)
 {
-    device_.SetIdentity(options.identity);
-    device_.SetObserver([this](const zepta_tools::ReceivedCommand& command, const std::vector<std::string>& replies) {
+    device.SetIdentity(options.identity);
+    device.SetObserver([this](const zepta_tools::ReceivedCommand& command, const std::vector<std::string>& replies) {
         OnCommand(command, replies);
     });
-    handle_ = OpenProbedSession(options.axisMode);
+    handle = OpenProbedSession(options.axisMode);
 }
 
-UsbRig::~UsbRig() { zeptaClose(handle_); }
+UsbRig::~UsbRig() { zeptaClose(handle); }
 
 void UsbRig::OnCommand(const zepta_tools::ReceivedCommand& command, const std::vector<std::string>& replies)
 {
-    commands_.fetch_add(1, std::memory_order_relaxed);
-    bytesToDevice_.fetch_add(command.text.size(), std::memory_order_relaxed);
+    commands.fetch_add(1, std::memory_order_relaxed);
+    bytesToDevice.fetch_add(command.text.size(), std::memory_order_relaxed);
     for (const std::string& line : replies) {
-        bytesFromDevice_.fetch_add(line.size() + kLineEnd.size(), std::memory_order_relaxed);
+        bytesFromDevice.fetch_add(line.size() + kLineEnd.size(), std::memory_order_relaxed);
     }
     if (IsPositionCommand(command.text)) {
-        lastPositionAt_.store(command.at.time_since_epoch().count(), std::memory_order_relaxed);
-        positions_.fetch_add(1, std::memory_order_release);
+        lastPositionAt.store(command.at.time_since_epoch().count(), std::memory_order_relaxed);
+        positions.fetch_add(1, std::memory_order_release);
     }
 }
 
 Clock::time_point UsbRig::LastPositionArrival() const
 {
-    return Clock::time_point(Clock::duration(lastPositionAt_.load(std::memory_order_relaxed)));
+    return Clock::time_point(Clock::duration(lastPositionAt.load(std::memory_order_relaxed)));
 }
 
 WireTally UsbRig::Tally() const
 {
-    return WireTally{commands_.load(), bytesToDevice_.load(), bytesFromDevice_.load()};
+    return WireTally{commands.load(), bytesToDevice.load(), bytesFromDevice.load()};
 }
 
 namespace {
@@ -124,22 +123,22 @@ bool IsUpdate(const zepta_tools::ReceivedDatagram& datagram)
 }  // namespace
 
 LanRig::LanRig(const std::string& model)
-    : device_(PromptDevice(model), [this](const zepta_tools::ReceivedDatagram& datagram) {
+    : device(PromptDevice(model), [this](const zepta_tools::ReceivedDatagram& datagram) {
           if (!IsUpdate(datagram)) return;
-          std::lock_guard<std::mutex> guard(lock_);
-          updateTimes_.push_back(datagram.time);
+          std::lock_guard<std::mutex> guard(lock);
+          updateTimes.push_back(datagram.time);
       })
 {
-    handle_ = OpenProbedSession(ZEPTA_AXIS_BASE);
+    handle = OpenProbedSession(ZEPTA_AXIS_BASE);
 }
 
-LanRig::~LanRig() { zeptaClose(handle_); }
+LanRig::~LanRig() { zeptaClose(handle); }
 
 std::vector<Clock::time_point> LanRig::TakeUpdateTimes()
 {
     std::vector<Clock::time_point> times;
-    std::lock_guard<std::mutex> guard(lock_);
-    times.swap(updateTimes_);
+    std::lock_guard<std::mutex> guard(lock);
+    times.swap(updateTimes);
     return times;
 }
 

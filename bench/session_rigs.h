@@ -45,28 +45,28 @@ public:
     UsbRig(const UsbRig&) = delete;
     UsbRig& operator=(const UsbRig&) = delete;
 
-    int Handle() const { return handle_; }
-    zepta_tools::UsbDeviceEmulator& Device() { return device_; }
+    int Handle() const { return handle; }
+    zepta_tools::UsbDeviceEmulator& Device() { return device; }
 
     // Position commands received so far, and when the last one's final byte
     // arrived.
-    std::uint64_t PositionCommands() const { return positions_.load(std::memory_order_acquire); }
+    std::uint64_t PositionCommands() const { return positions.load(std::memory_order_acquire); }
     Clock::time_point LastPositionArrival() const;
     WireTally Tally() const;
     // Drops the device's command record, which otherwise grows every frame.
-    void ForgetReceived() { device_.ClearReceived(); }
+    void ForgetReceived() { device.ClearReceived(); }
 
 private:
     void OnCommand(const zepta_tools::ReceivedCommand& command, const std::vector<std::string>& replies);
 
-    std::atomic<Clock::rep> lastPositionAt_{0};
-    std::atomic<std::uint64_t> positions_{0};
-    std::atomic<std::uint64_t> commands_{0};
-    std::atomic<std::uint64_t> bytesToDevice_{0};
-    std::atomic<std::uint64_t> bytesFromDevice_{0};
+    std::atomic<Clock::rep> lastPositionAt{0};
+    std::atomic<std::uint64_t> positions{0};
+    std::atomic<std::uint64_t> commands{0};
+    std::atomic<std::uint64_t> bytesToDevice{0};
+    std::atomic<std::uint64_t> bytesFromDevice{0};
     // Declared after the counters its observer writes, so it stops first.
-    zepta_tools::UsbDeviceEmulator device_;
-    int handle_ = -1;
+    zepta_tools::UsbDeviceEmulator device;
+    int handle = -1;
 };
 
 class LanRig {
@@ -77,15 +77,15 @@ public:
     LanRig(const LanRig&) = delete;
     LanRig& operator=(const LanRig&) = delete;
 
-    int Handle() const { return handle_; }
+    int Handle() const { return handle; }
     // Arrival times of the update datagrams since the last call.
     std::vector<Clock::time_point> TakeUpdateTimes();
 
 private:
-    std::mutex lock_;
-    std::vector<Clock::time_point> updateTimes_;   // guarded by lock_
-    zepta_tools::LanDeviceEmulator device_;
-    int handle_ = -1;
+    std::mutex lock;
+    std::vector<Clock::time_point> updateTimes;   // guarded by lock
+    zepta_tools::LanDeviceEmulator device;
+    int handle = -1;
 };
 
 }  // namespace zepta_bench

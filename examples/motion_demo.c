@@ -86,14 +86,14 @@ static int WaitForDevice(int handle, double seconds)
     int shown = -1;
     while (Now() < deadline && zeptaGetSystemStatus(handle) == 1) {
         int state = zeptaGetState(handle);
-        if (state == 8) return 1;
+        if (state == ZEPTA_STATE_RUNNING) return 1;
         if (state != shown) {
             printf("searching for the device (state %d)\n", state);
             shown = state;
         }
         SleepUntil(Now() + 0.05);
     }
-    return zeptaGetState(handle) == 8;
+    return zeptaGetState(handle) == ZEPTA_STATE_RUNNING;
 }
 
 int main(int argc, char** argv)

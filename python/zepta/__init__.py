@@ -9,11 +9,13 @@
 
 import ctypes
 
+from ._header import HEADER_VARIABLE, AxisMode, DeviceKind, SpeedGain, State
 from ._library import LIBRARY_VARIABLE, default_packet, lib
 from .packet import Packet
-from .session import AxisMode, Session, SpeedGain
+from .session import Session
 
-__all__ = ["AxisMode", "LIBRARY_VARIABLE", "Packet", "Session", "SpeedGain", "backlog", "default_packet"]
+__all__ = ["AxisMode", "DeviceKind", "HEADER_VARIABLE", "LIBRARY_VARIABLE", "Packet", "Session", "SpeedGain", "State",
+           "backlog", "default_packet"]
 
 _BACKLOG_CHUNK = 1024
 

@@ -2,6 +2,8 @@
 
 import ctypes
 
+from ._header import PACKET_OFFSETS, PACKET_SIZE
+
 COMMAND_BYTES = 256
 
 _FLOAT_FIELDS = (
@@ -21,18 +23,15 @@ class Packet(ctypes.Structure):
     ]
 
 
-# The size and offsets the C header asserts (static_assert in zepta/zepta.h):
-# the packet is part of the library's binary interface.
-HEADER_SIZE = 356
-HEADER_OFFSETS = dict({name: 4 * index for index, name in enumerate(_FLOAT_FIELDS)},
-                      commandCount=96, commandBuffer=100)
-
-
 def check_layout():
-    """Raises ImportError when the structure differs from the C header's layout."""
-    if ctypes.sizeof(Packet) != HEADER_SIZE:
-        raise ImportError(f"packet is {ctypes.sizeof(Packet)} bytes, the C header says {HEADER_SIZE}")
-    for name, offset in HEADER_OFFSETS.items():
+    """Raises ImportError when the structure differs from the layout the C
+    header asserts: the packet is part of the library's binary interface."""
+    if ctypes.sizeof(Packet) != PACKET_SIZE:
+        raise ImportError(f"packet is {ctypes.sizeof(Packet)} bytes, the C header says {PACKET_SIZE}")
+    fields = [name for name, _ in Packet._fields_]
+    if sorted(PACKET_OFFSETS) != sorted(fields):
+        raise ImportError(f"packet fields {fields}, the C header asserts {sorted(PACKET_OFFSETS)}")
+    for name, offset in PACKET_OFFSETS.items():
         actual = getattr(Packet, name).offset
         if actual != offset:
             raise ImportError(f"packet field {name} at offset {actual}, the C header says {offset}")

@@ -1,32 +1,15 @@
 """One session with one motion device, over the library's C interface."""
 
-import enum
 import math
 import numbers
 import time
 
+from ._header import AxisMode, SpeedGain, State
 from ._library import default_packet, lib
 from .packet import COMMAND_BYTES
 
 POSE_CHANNELS = ("roll", "pitch", "yaw", "heave", "sway", "surge")
 AXES = 6
-STATE_RUNNING = 8
-
-
-class AxisMode(enum.IntEnum):
-    """ZEPTAAxisMode: how the actuator values of a frame are obtained."""
-
-    MANUAL = 0    # the application writes axis1..axis6 itself
-    BASE = 1      # derived from the pose, base coordinates (default)
-    PLATFORM = 2  # derived from the pose, platform coordinates
-
-
-class SpeedGain(enum.IntEnum):
-    """ZEPTASpeedGain: how the actuator speeds of a frame are obtained."""
-
-    DEFAULT = 0
-    FROM_MOTION = 1
-    AS_WRITTEN = 2
 
 
 def _number(value, what):
@@ -138,19 +121,19 @@ class Session:
         packet.commandCount = max(-2**31, min(count, 2**31 - 1))
 
     def wait_connected(self, timeout=30.0):
-        """Waits for state 8 (connected and running); False on time-out or when the session ended."""
+        """Waits for State.RUNNING; False on time-out or when the session ended."""
         deadline = time.monotonic() + timeout
         while time.monotonic() < deadline:
-            if self.state == STATE_RUNNING:
+            if self.state == State.RUNNING:
                 return True
             if not self.status:
                 return False
             time.sleep(0.02)
-        return self.state == STATE_RUNNING
+        return self.state == State.RUNNING
 
     @property
     def state(self):
-        """The state number: 8 connected and running, 6 still searching (or none found), ..."""
+        """The state number, a State: RUNNING when connected and running, INITIAL while searching, ..."""
         return lib.zeptaGetState(self._open_handle())
 
     @property
@@ -164,7 +147,7 @@ class Session:
 
     @property
     def device_kind(self):
-        """The device kind code, 0 until a device is connected."""
+        """The device kind code, a DeviceKind; NONE until a device is connected."""
         return lib.zeptaGetDevice(self._open_handle())
 
     @property

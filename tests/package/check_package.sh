@@ -1,23 +1,15 @@
 #!/usr/bin/env bash
-# Installs the build tree into a scratch prefix and builds two small
-# applications against it, once through the CMake package and once through
-# pkg-config, then runs them.
+# Builds small C and C++ applications against the installed package (CMake and pkg-config) and runs them.
 set -euo pipefail
-source_dir="$1"
-build_dir="$2"
+consumer="$1/tests/package/consumer"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-
-cmake --install "$build_dir" --prefix "$work/prefix" >/dev/null
-libdir=$(find "$work/prefix" -name 'libzepta.so.5' -printf '%h\n' | head -n 1)
-export LD_LIBRARY_PATH="$libdir"
-
-cmake -S "$source_dir/tests/package/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+cmake --install "$2" --prefix "$work/prefix" >/dev/null
+export LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name libzepta.so.5)")
+export PKG_CONFIG_PATH="$LD_LIBRARY_PATH/pkgconfig"
+cmake -S "$consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 cmake --build "$work/cmake" >/dev/null
+cc -std=c99 -o "$work/consumer_pc" "$consumer/consumer.c" $(pkg-config --cflags --libs zepta)
 "$work/cmake/consumer_c"
 "$work/cmake/consumer_cpp"
-
-export PKG_CONFIG_PATH="$libdir/pkgconfig"
-cc -std=c99 -o "$work/consumer_pc" "$source_dir/tests/package/consumer/consumer.c" $(pkg-config --cflags --libs zepta)
 "$work/consumer_pc"
-echo "package ok"

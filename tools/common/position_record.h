@@ -29,8 +29,8 @@ public:
     void Add(std::chrono::steady_clock::time_point at, const std::string& command, const std::vector<double>& axes);
 
 private:
-    std::mutex lock_;
-    std::FILE* file_;   // guarded by lock_
+    std::mutex lock;
+    std::FILE* file;   // guarded by lock
 };
 
 }  // namespace zepta_tools

@@ -31,32 +31,32 @@ void MakeRaw(int fd)
 
 }  // namespace
 
-PseudoTerminal::PseudoTerminal(std::string devicePath) : devicePath_(std::move(devicePath))
+PseudoTerminal::PseudoTerminal(std::string path) : devicePath(std::move(path))
 {
-    masterFd_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (masterFd_ < 0) Fail("posix_openpt");
-    if (grantpt(masterFd_) != 0 || unlockpt(masterFd_) != 0) Fail("unlockpt");
+    masterFd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (masterFd < 0) Fail("posix_openpt");
+    if (grantpt(masterFd) != 0 || unlockpt(masterFd) != 0) Fail("unlockpt");
     char name[128];
-    if (ptsname_r(masterFd_, name, sizeof name) != 0) Fail("ptsname_r");
-    slavePath_ = name;
-    keepOpenFd_ = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (keepOpenFd_ < 0) Fail("open " + slavePath_);
-    MakeRaw(keepOpenFd_);
-    MakeRaw(masterFd_);
-    unlink(devicePath_.c_str());
-    if (symlink(slavePath_.c_str(), devicePath_.c_str()) != 0) Fail("symlink " + devicePath_);
+    if (ptsname_r(masterFd, name, sizeof name) != 0) Fail("ptsname_r");
+    slavePath = name;
+    keepOpenFd = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (keepOpenFd < 0) Fail("open " + slavePath);
+    MakeRaw(keepOpenFd);
+    MakeRaw(masterFd);
+    unlink(devicePath.c_str());
+    if (symlink(slavePath.c_str(), devicePath.c_str()) != 0) Fail("symlink " + devicePath);
 }
 
 PseudoTerminal::~PseudoTerminal()
 {
     Unpublish();
-    if (keepOpenFd_ >= 0) close(keepOpenFd_);
-    if (masterFd_ >= 0) close(masterFd_);
+    if (keepOpenFd >= 0) close(keepOpenFd);
+    if (masterFd >= 0) close(masterFd);
 }
 
 void PseudoTerminal::Unpublish()
 {
-    if (!devicePath_.empty()) unlink(devicePath_.c_str());
+    if (!devicePath.empty()) unlink(devicePath.c_str());
 }
 
 std::string NextFreeAcmPath()

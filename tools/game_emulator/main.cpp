@@ -10,8 +10,10 @@
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <thread>
 
+#include "common/emulator_main.h"
 #include "game_emulator/game_emulator.h"
 
 namespace {
@@ -116,18 +118,11 @@ int main(int argc, char** argv)
     app.add_option("--rate", options.rate, "Datagrams per second")
         ->check(CLI::Range(kMinRate, kMaxRate))
         ->default_val(kDefaultRate);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& help) {
-        return app.exit(help);
-    } catch (const CLI::ParseError& error) {
-        std::fprintf(stderr, "%s: %s (see %s --help)\n", kProgram, error.what(), kProgram);
-        return 2;
-    }
+    if (const std::optional<int> exitCode = zepta_tools::ParseCommandLine(app, argc, argv)) return *exitCode;
     try {
         return Run(options);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s: %s\n", kProgram, error.what());
-        return 1;
+        return zepta_tools::kExitTrouble;
     }
 }

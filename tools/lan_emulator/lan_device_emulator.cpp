@@ -16,16 +16,18 @@
 #include <utility>
 
 #include "common/sandbox_check.h"
+#include "lan/lan_discovery.h"
+#include "lan/update_messages.h"
 
 namespace zepta_tools {
 
 namespace {
 
-const std::string kPing = "KORVE-PING";
-constexpr std::uint16_t kDevicePort = 33551;
+using ZEPTASDK::LanDiscovery::kDevicePort;
+using ZEPTASDK::LanDiscovery::kPing;
+using ZEPTASDK::LanUpdate::kRecordBytes;
+using ZEPTASDK::LanUpdate::kRecordWords;
 constexpr char kReplySeparator = '-';
-constexpr std::uint16_t kRecordWordCount = 14;
-constexpr std::size_t kRecordBytes = 2 * kRecordWordCount;
 // Larger than any UDP payload, so that nothing is cut before it is recorded.
 constexpr std::size_t kMaxDatagram = 65536;
 
@@ -82,12 +84,12 @@ std::string EndpointText(const sockaddr_in& address)
 bool IsBinaryRecord(const std::string& bytes)
 {
     return bytes.size() == kRecordBytes && static_cast<unsigned char>(bytes[0]) == 0 &&
-           static_cast<unsigned char>(bytes[1]) == kRecordWordCount;
+           static_cast<unsigned char>(bytes[1]) == kRecordWords;
 }
 
 void DecodeRecord(ReceivedDatagram& datagram)
 {
-    for (std::size_t i = 0; i < ReceivedDatagram::kRecordWords; ++i) {
+    for (std::size_t i = 0; i < kRecordWords; ++i) {
         const auto high = static_cast<unsigned char>(datagram.bytes[2 * i]);
         const auto low = static_cast<unsigned char>(datagram.bytes[2 * i + 1]);
         datagram.words[i] = static_cast<std::uint16_t>(high << 8 | low);
@@ -180,24 +182,24 @@ std::string DescribeDatagram(const ReceivedDatagram& datagram)
     return line + "OTHER " + std::to_string(datagram.bytes.size()) + " bytes: " + Printable(datagram.bytes);
 }
 
-LanDeviceEmulator::LanDeviceEmulator(LanDeviceOptions options, Observer observer)
-    : options_(std::move(options)), observer_(std::move(observer))
+LanDeviceEmulator::LanDeviceEmulator(LanDeviceOptions deviceOptions, Observer datagramObserver)
+    : options(std::move(deviceOptions)), observer(std::move(datagramObserver))
 {
     try {
-        const in_addr own = ParseAddress(options_.address);
-        if (options_.listenForPings) {
+        const in_addr own = ParseAddress(options.address);
+        if (options.listenForPings) {
             if (!InSandbox()) throw std::runtime_error(kOutsideSandbox);
-            discoveryFd_ = BoundSocket(in_addr{htonl(INADDR_ANY)}, kDevicePort);
+            discoveryFd = BoundSocket(in_addr{htonl(INADDR_ANY)}, kDevicePort);
         }
-        deviceFd_ = BoundSocket(own, kDevicePort);
-        otherPortFd_ = BoundSocket(own, 0);
+        deviceFd = BoundSocket(own, kDevicePort);
+        otherPortFd = BoundSocket(own, 0);
         int wake[2];
         if (pipe2(wake, O_CLOEXEC) != 0) ThrowSystemError("pipe");
-        wakeRead_ = wake[0];
-        wakeWrite_ = wake[1];
-        thread_ = std::thread(&LanDeviceEmulator::Run, this);
+        wakeRead = wake[0];
+        wakeWrite = wake[1];
+        thread = std::thread(&LanDeviceEmulator::Run, this);
     } catch (...) {
-        for (int* fd : {&discoveryFd_, &deviceFd_, &otherPortFd_, &wakeRead_, &wakeWrite_}) CloseIfOpen(*fd);
+        for (int* fd : {&discoveryFd, &deviceFd, &otherPortFd, &wakeRead, &wakeWrite}) CloseIfOpen(*fd);
         throw;
     }
 }
@@ -205,65 +207,65 @@ LanDeviceEmulator::LanDeviceEmulator(LanDeviceOptions options, Observer observer
 LanDeviceEmulator::~LanDeviceEmulator()
 {
     const char stop = 0;
-    while (write(wakeWrite_, &stop, 1) < 0 && errno == EINTR) {
+    while (write(wakeWrite, &stop, 1) < 0 && errno == EINTR) {
     }
-    thread_.join();
-    for (int* fd : {&discoveryFd_, &deviceFd_, &otherPortFd_, &wakeRead_, &wakeWrite_}) CloseIfOpen(*fd);
+    thread.join();
+    for (int* fd : {&discoveryFd, &deviceFd, &otherPortFd, &wakeRead, &wakeWrite}) CloseIfOpen(*fd);
 }
 
 void LanDeviceEmulator::SetAckScript(AckScript script)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    options_.ack = std::move(script);
-    answeredUpdates_ = 0;
+    std::lock_guard<std::mutex> lock(mutex);
+    options.ack = std::move(script);
+    answeredUpdates = 0;
 }
 
 void LanDeviceEmulator::SetDiscoveryScript(DiscoveryScript script)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    options_.discovery = std::move(script);
+    std::lock_guard<std::mutex> lock(mutex);
+    options.discovery = std::move(script);
 }
 
 LanDeviceEmulator::Datagrams LanDeviceEmulator::Received() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return received_;
+    std::lock_guard<std::mutex> lock(mutex);
+    return received;
 }
 
 void LanDeviceEmulator::ClearReceived()
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    received_.clear();
+    std::lock_guard<std::mutex> lock(mutex);
+    received.clear();
 }
 
 bool LanDeviceEmulator::WaitFor(const std::function<bool(const Datagrams&)>& predicate,
                                 std::chrono::milliseconds timeout) const
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    return receivedChanged_.wait_for(lock, timeout, [&] { return predicate(received_); });
+    std::unique_lock<std::mutex> lock(mutex);
+    return receivedChanged.wait_for(lock, timeout, [&] { return predicate(received); });
 }
 
 bool LanDeviceEmulator::WaitForCount(std::size_t count, std::chrono::milliseconds timeout) const
 {
-    return WaitFor([count](const Datagrams& received) { return received.size() >= count; }, timeout);
+    return WaitFor([count](const Datagrams& datagrams) { return datagrams.size() >= count; }, timeout);
 }
 
 void LanDeviceEmulator::Run()
 {
     for (;;) {
-        pollfd watched[] = {{wakeRead_, POLLIN, 0}, {deviceFd_, POLLIN, 0}, {discoveryFd_, POLLIN, 0}};
+        pollfd watched[] = {{wakeRead, POLLIN, 0}, {deviceFd, POLLIN, 0}, {discoveryFd, POLLIN, 0}};
         poll(watched, sizeof watched / sizeof watched[0], MillisecondsUntilNextReply());
         if (watched[0].revents != 0) return;
-        if ((watched[1].revents & POLLIN) != 0) ReceiveOn(deviceFd_);
-        if ((watched[2].revents & POLLIN) != 0) ReceiveOn(discoveryFd_);
+        if ((watched[1].revents & POLLIN) != 0) ReceiveOn(deviceFd);
+        if ((watched[2].revents & POLLIN) != 0) ReceiveOn(discoveryFd);
         SendDueReplies();
     }
 }
 
 int LanDeviceEmulator::MillisecondsUntilNextReply() const
 {
-    if (pending_.empty()) return -1;
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(pending_.begin()->first - Clock::now());
+    if (pending.empty()) return -1;
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(pending.begin()->first - Clock::now());
     return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(wait.count(), 0, INT_MAX));
 }
 
@@ -273,12 +275,12 @@ void LanDeviceEmulator::ReceiveOn(int fd)
     sockaddr_in sender;
     std::memset(&sender, 0, sizeof sender);
     socklen_t senderSize = sizeof sender;
-    const ssize_t received =
+    const ssize_t size =
         recvfrom(fd, buffer.data(), buffer.size(), MSG_DONTWAIT, reinterpret_cast<sockaddr*>(&sender), &senderSize);
-    if (received < 0) return;
-    ReceivedDatagram datagram = DecodeDatagram(std::string(buffer.data(), static_cast<std::size_t>(received)));
+    if (size < 0) return;
+    ReceivedDatagram datagram = DecodeDatagram(std::string(buffer.data(), static_cast<std::size_t>(size)));
     datagram.sender = EndpointText(sender);
-    if (observer_) observer_(datagram);
+    if (observer) observer(datagram);
     const Destination from{sender.sin_addr.s_addr, sender.sin_port};
     if (datagram.kind == ReceivedDatagram::Kind::Ping) {
         AnswerPing(from);
@@ -289,19 +291,19 @@ void LanDeviceEmulator::ReceiveOn(int fd)
 
 void LanDeviceEmulator::AnswerPing(const Destination& from)
 {
-    ++pingCount_;
+    ++pingCount;
     DiscoveryScript script;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        script = options_.discovery;
+        std::lock_guard<std::mutex> lock(mutex);
+        script = options.discovery;
     }
     if (!script.answer) return;
-    const std::string reply = script.reply ? *script.reply : options_.model + kReplySeparator + options_.serial;
+    const std::string reply = script.reply ? *script.reply : options.model + kReplySeparator + options.serial;
     // Replies due at the same moment leave in the order they were queued.
     const Clock::time_point now = Clock::now();
     for (int copy = 0; copy < script.repetitions; ++copy) {
-        for (const std::string& text : script.before) pending_.emplace(now, Outgoing{text, from, script.fromOtherPort});
-        pending_.emplace(now, Outgoing{reply, from, script.fromOtherPort});
+        for (const std::string& text : script.before) pending.emplace(now, Outgoing{text, from, script.fromOtherPort});
+        pending.emplace(now, Outgoing{reply, from, script.fromOtherPort});
     }
 }
 
@@ -310,26 +312,26 @@ void LanDeviceEmulator::RecordUpdate(ReceivedDatagram datagram, const Destinatio
     AckScript script;
     bool answer = false;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        received_.push_back(std::move(datagram));
-        script = options_.ack;
-        answer = script.answeredUpdates < 0 || answeredUpdates_ < script.answeredUpdates;
-        if (answer) ++answeredUpdates_;
+        std::lock_guard<std::mutex> lock(mutex);
+        received.push_back(std::move(datagram));
+        script = options.ack;
+        answer = script.answeredUpdates < 0 || answeredUpdates < script.answeredUpdates;
+        if (answer) ++answeredUpdates;
     }
-    receivedChanged_.notify_all();
+    receivedChanged.notify_all();
     if (!answer) return;
     const Clock::time_point due = Clock::now() + script.delay;
     for (int copy = 0; copy < script.repetitions; ++copy) {
-        for (const std::string& reply : script.replies) pending_.emplace(due, Outgoing{reply, from, script.fromOtherPort});
+        for (const std::string& reply : script.replies) pending.emplace(due, Outgoing{reply, from, script.fromOtherPort});
     }
 }
 
 void LanDeviceEmulator::SendDueReplies()
 {
     const Clock::time_point now = Clock::now();
-    while (!pending_.empty() && pending_.begin()->first <= now) {
-        Send(pending_.begin()->second);
-        pending_.erase(pending_.begin());
+    while (!pending.empty() && pending.begin()->first <= now) {
+        Send(pending.begin()->second);
+        pending.erase(pending.begin());
     }
 }
 
@@ -340,7 +342,7 @@ void LanDeviceEmulator::Send(const Outgoing& outgoing)
     to.sin_family = AF_INET;
     to.sin_port = outgoing.to.port;
     to.sin_addr.s_addr = outgoing.to.address;
-    const int fd = outgoing.fromOtherPort ? otherPortFd_ : deviceFd_;
+    const int fd = outgoing.fromOtherPort ? otherPortFd : deviceFd;
     sendto(fd, outgoing.text.data(), outgoing.text.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
 }
 

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "lan/json.h"
+#include "lan/update_messages.h"
 
 namespace zepta_tools {
 
@@ -55,14 +56,12 @@ struct LanDeviceOptions {
 
 struct ReceivedDatagram {
     enum class Kind { Ping, Json, Binary, Other };
-    static constexpr std::size_t kRecordWords = 14;
-
     std::chrono::steady_clock::time_point time;
     std::string sender;                        // "a.b.c.d:port"
     std::string bytes;
     Kind kind = Kind::Other;
     picojson::value json;                      // Kind::Json: the parsed object
-    std::array<std::uint16_t, kRecordWords> words{};   // Kind::Binary: the decoded record
+    std::array<std::uint16_t, ZEPTASDK::LanUpdate::kRecordWords> words{};   // Kind::Binary: the decoded record
 };
 
 // Decodes one datagram as the device sees it.
@@ -83,7 +82,7 @@ public:
     // Binds the sockets and starts the thread. Throws std::runtime_error when
     // a socket cannot be bound, or when asked to listen for pings outside the
     // sandbox.
-    explicit LanDeviceEmulator(LanDeviceOptions options, Observer observer = Observer());
+    explicit LanDeviceEmulator(LanDeviceOptions deviceOptions, Observer datagramObserver = Observer());
     ~LanDeviceEmulator();
     LanDeviceEmulator(const LanDeviceEmulator&) = delete;
     LanDeviceEmulator& operator=(const LanDeviceEmulator&) = delete;
@@ -94,7 +93,7 @@ public:
     // Update datagrams received so far (pings are only counted).
     Datagrams Received() const;
     void ClearReceived();
-    int PingCount() const { return pingCount_.load(); }
+    int PingCount() const { return pingCount.load(); }
     // Waits until predicate holds for the received datagrams; false on time-out.
     bool WaitFor(const std::function<bool(const Datagrams&)>& predicate, std::chrono::milliseconds timeout) const;
     bool WaitForCount(std::size_t count, std::chrono::milliseconds timeout) const;
@@ -119,22 +118,22 @@ private:
     void SendDueReplies();
     void Send(const Outgoing& outgoing);
 
-    LanDeviceOptions options_;   // scripts in it are guarded by mutex_, the rest is fixed
-    Observer observer_;
-    int discoveryFd_ = -1;
-    int deviceFd_ = -1;
-    int otherPortFd_ = -1;
-    int wakeRead_ = -1;
-    int wakeWrite_ = -1;
+    LanDeviceOptions options;   // scripts in it are guarded by mutex, the rest is fixed
+    Observer observer;
+    int discoveryFd = -1;
+    int deviceFd = -1;
+    int otherPortFd = -1;
+    int wakeRead = -1;
+    int wakeWrite = -1;
 
-    mutable std::mutex mutex_;
-    mutable std::condition_variable receivedChanged_;
-    Datagrams received_;         // guarded by mutex_
-    int answeredUpdates_ = 0;    // guarded by mutex_
-    std::atomic<int> pingCount_{0};
+    mutable std::mutex mutex;
+    mutable std::condition_variable receivedChanged;
+    Datagrams received;         // guarded by mutex
+    int answeredUpdates = 0;    // guarded by mutex
+    std::atomic<int> pingCount{0};
 
-    std::multimap<Clock::time_point, Outgoing> pending_;   // emulator thread only
-    std::thread thread_;
+    std::multimap<Clock::time_point, Outgoing> pending;   // emulator thread only
+    std::thread thread;
 };
 
 }  // namespace zepta_tools

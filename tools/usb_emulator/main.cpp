@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "common/emulator_main.h"
 #include "common/position_record.h"
 #include "usb/messages.h"
 #include "usb_emulator/usb_device_emulator.h"
@@ -26,48 +27,33 @@ using zepta_tools::CalibrationFault;
 using zepta_tools::UsbDeviceEmulator;
 namespace Message = ZEPTASDK::Message;
 
-const char kUsage[] =
-    "Usage: zepta-usb-emulator [OPTION]...\n"
+const char kProgram[] = "zepta-usb-emulator";
+const char kDescription[] =
     "Publishes an emulated USB motion device and prints each command it receives\n"
-    "with its answer. Needs write access to /dev. Stop it with Ctrl-C.\n"
-    "\n"
-    "  --device PATH              device path (default: first free /dev/ttyACM<N>)\n"
-    "  --identity TEXT            answer to \"d;\" (default KORVE-DEVICE; also\n"
-    "                             KORVE6-DEVICE, KORVE2-DEVICE, NEBULO2-DEVICE,\n"
-    "                             KORVETL-DEVICE, PLIX-DEVICE or any text)\n"
-    "  --version TEXT             answer to \"v;\" (default FW 1.00)\n"
-    "  --serial TEXT              answer to \"s;\" (default EMU00001; empty: none)\n"
-    "  --calibration-delay MS     from KORVE-RTO-START to KORVE-READY (default 1000)\n"
-    "  --axis-set N               axis set in status lines (default: the family's)\n"
-    "  --status-code N            number after -EXT4- in status lines (default 0)\n"
-    "  --wire                     model 115200-baud byte times and a turn-around\n"
-    "  --turnaround-us N          device turn-around with --wire (default 500)\n"
-    "  --calibration-fault KIND[:always]\n"
-    "                             answer the next (or every) \"c;\" with a fault:\n"
-    "                             circuit-error  ECAN-ERROR instead of KORVE-RTO-START\n"
-    "                             error-reset    KORVE-RTO-START, then KORVE-ERROR-RESET\n"
-    "                             no-ack         no answer\n"
-    "                             no-ready       KORVE-RTO-START, then nothing\n"
-    "  --after N:ACTION           once N commands have been answered (\";\" alone\n"
-    "                             not counted; N 0 means from the start):\n"
-    "                             silence        answer nothing more\n"
-    "                             locked         answer KORVE-LOCKED from now on\n"
-    "                             unlocked       answer status lines again\n"
-    "                             button         KORVE-BUTTON before the next status\n"
-    "                             lock-ok        KORVE-LOCK-OK before the next status\n"
-    "                             unlock-ok      KORVE-UNLOCK-OK before the next status\n"
-    "                             axis-set=K     report axis set K from now on\n"
-    "                             status-00      next status is KORVE-STATUS-00\n"
-    "                             no-line-end    next status has no line end\n"
-    "                             garbage        next status is binary garbage\n"
-    "                             disconnect     close the device as if unplugged\n"
-    "  --record FILE              append each position command, decoded to 0..1,\n"
-    "                             to FILE as CSV: time,command,axis1..axis6\n"
-    "  --help                     show this text\n";
+    "with its answer. Needs write access to /dev. Stop it with Ctrl-C.";
+const char kFaultHelp[] =
+    "Answer the next (or every) \"c;\" with a fault, KIND[:always]:\n"
+    "circuit-error  ECAN-ERROR instead of KORVE-RTO-START\n"
+    "error-reset    KORVE-RTO-START, then KORVE-ERROR-RESET\n"
+    "no-ack         no answer\n"
+    "no-ready       KORVE-RTO-START, then nothing";
+const char kAfterHelp[] =
+    "Once N commands have been answered (\";\" alone not counted; N 0 means from the start), N:ACTION:\n"
+    "silence        answer nothing more\n"
+    "locked         answer KORVE-LOCKED from now on\n"
+    "unlocked       answer status lines again\n"
+    "button         KORVE-BUTTON before the next status\n"
+    "lock-ok        KORVE-LOCK-OK before the next status\n"
+    "unlock-ok      KORVE-UNLOCK-OK before the next status\n"
+    "axis-set=K     report axis set K from now on\n"
+    "status-00      next status is KORVE-STATUS-00\n"
+    "no-line-end    next status has no line end\n"
+    "garbage        next status is binary garbage\n"
+    "disconnect     close the device as if unplugged";
 
 constexpr int kDefaultCalibrationDelayMs = 1000;
 constexpr int kDefaultTurnaroundUs = 500;
-constexpr long kMaxOptionNumber = 1000000000;
+constexpr int kMaxOptionNumber = 1000000000;
 constexpr long kSignalPollNs = 200000000;
 const std::string kAxisSetAction = "axis-set=";
 const std::string kAlways = "always";
@@ -95,17 +81,13 @@ struct Options {
     std::multimap<long, ScheduledAction> actions;  // by command count
 };
 
-[[noreturn]] void Fail(const std::string& message)
-{
-    std::cerr << "zepta-usb-emulator: " << message << "\nTry --help.\n";
-    std::exit(2);
-}
-
 int ParseNumber(const std::string& text, const std::string& what)
 {
     char* end = nullptr;
     const long value = std::strtol(text.c_str(), &end, 10);
-    if (text.empty() || *end != '\0' || value < 0 || value > kMaxOptionNumber) Fail("bad number for " + what + ": " + text);
+    if (text.empty() || *end != '\0' || value < 0 || value > kMaxOptionNumber) {
+        throw CLI::ValidationError(what, "bad number: " + text);
+    }
     return static_cast<int>(value);
 }
 
@@ -120,10 +102,12 @@ void ParseCalibrationFault(const std::string& value, Options& options)
     };
     const std::size_t colon = value.find(':');
     const auto found = kKinds.find(value.substr(0, colon));
-    if (found == kKinds.end()) Fail("unknown calibration fault: " + value);
-    if (colon != std::string::npos && value.substr(colon + 1) != kAlways) Fail("bad calibration fault: " + value);
+    const bool always = colon != std::string::npos;
+    if (found == kKinds.end() || (always && value.substr(colon + 1) != kAlways)) {
+        throw CLI::ValidationError("--calibration-fault", "unknown calibration fault: " + value);
+    }
     options.calibrationFault = found->second;
-    options.calibrationFaultAlways = colon != std::string::npos;
+    options.calibrationFaultAlways = always;
 }
 
 ScheduledAction ParseAction(const std::string& action)
@@ -142,55 +126,61 @@ ScheduledAction ParseAction(const std::string& action)
         {"disconnect", {[](Device& d) { d.Disconnect(); }, true}},
     };
     if (action.compare(0, kAxisSetAction.size(), kAxisSetAction) == 0) {
-        const int axisSet = ParseNumber(action.substr(kAxisSetAction.size()), action);
+        const int axisSet = ParseNumber(action.substr(kAxisSetAction.size()), "--after");
         return {[axisSet](Device& d) { d.SetAxisSet(axisSet); }, false};
     }
     const auto found = kActions.find(action);
-    if (found == kActions.end()) Fail("unknown action: " + action);
+    if (found == kActions.end()) throw CLI::ValidationError("--after", "unknown action: " + action);
     return found->second;
 }
 
-// N:ACTION
-void ParseAfter(const std::string& value, Options& options)
+// Each N:ACTION, in the order given.
+void ParseAfter(const std::vector<std::string>& values, Options& options)
 {
-    const std::size_t colon = value.find(':');
-    if (colon == std::string::npos) Fail("--after needs N:ACTION, got " + value);
-    options.actions.emplace(ParseNumber(value.substr(0, colon), "--after"), ParseAction(value.substr(colon + 1)));
-}
-
-void ParseValueOption(const std::string& option, const std::string& value, Options& options)
-{
-    if (option == "--device") options.device = value;
-    else if (option == "--record") options.record = value;
-    else if (option == "--identity") options.identity = value;
-    else if (option == "--version") options.version = value;
-    else if (option == "--serial") options.serial = value;
-    else if (option == "--calibration-delay") options.calibrationDelayMs = ParseNumber(value, option);
-    else if (option == "--axis-set") options.axisSet = ParseNumber(value, option);
-    else if (option == "--status-code") options.statusCode = ParseNumber(value, option);
-    else if (option == "--turnaround-us") options.turnaroundUs = ParseNumber(value, option);
-    else if (option == "--calibration-fault") ParseCalibrationFault(value, options);
-    else if (option == "--after") ParseAfter(value, options);
-    else Fail("unknown option " + option);
-}
-
-Options ParseOptions(int argc, char** argv)
-{
-    Options options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string option = argv[i];
-        if (option == "--help") {
-            std::cout << kUsage;
-            std::exit(0);
-        }
-        if (option == "--wire") {
-            options.wire = true;
-            continue;
-        }
-        if (i + 1 >= argc) Fail("missing value for " + option);
-        ParseValueOption(option, argv[++i], options);
+    for (const std::string& value : values) {
+        const std::size_t colon = value.find(':');
+        if (colon == std::string::npos) throw CLI::ValidationError("--after", "needs N:ACTION, got " + value);
+        options.actions.emplace(ParseNumber(value.substr(0, colon), "--after"), ParseAction(value.substr(colon + 1)));
     }
-    return options;
+}
+
+void AddOptions(CLI::App& app, Options& options)
+{
+    const CLI::Range number(0, kMaxOptionNumber);
+    app.add_option("--device", options.device, "Device path (default: first free /dev/ttyACM<N>)")->type_name("PATH");
+    app.add_option("--identity", options.identity,
+                   "Answer to \"d;\" (default KORVE-DEVICE; also KORVE6-DEVICE, KORVE2-DEVICE, NEBULO2-DEVICE, "
+                   "KORVETL-DEVICE, PLIX-DEVICE or any text)");
+    app.add_option_function<std::string>("--version", [&options](const std::string& v) { options.version = v; },
+                                         "Answer to \"v;\" (default FW 1.00)");
+    app.add_option_function<std::string>("--serial", [&options](const std::string& v) { options.serial = v; },
+                                         "Answer to \"s;\" (default EMU00001; empty: none)");
+    app.add_option("--calibration-delay", options.calibrationDelayMs,
+                   "Milliseconds from KORVE-RTO-START to KORVE-READY (default 1000)")
+        ->check(number)
+        ->type_name("N");
+    app.add_option_function<int>("--axis-set", [&options](int v) { options.axisSet = v; },
+                                 "Axis set in status lines (default: the family's)")
+        ->check(number)
+        ->type_name("N");
+    app.add_option("--status-code", options.statusCode, "Number after -EXT4- in status lines (default 0)")
+        ->check(number)
+        ->type_name("N");
+    app.add_flag("--wire", options.wire, "Model 115200-baud byte times and a turn-around");
+    app.add_option("--turnaround-us", options.turnaroundUs, "Device turn-around with --wire (default 500)")
+        ->check(number)
+        ->type_name("N");
+    app.add_option_function<std::string>(
+        "--calibration-fault", [&options](const std::string& v) { ParseCalibrationFault(v, options); }, kFaultHelp)
+        ->type_name("KIND[:always]");
+    app.add_option_function<std::vector<std::string>>(
+           "--after", [&options](const std::vector<std::string>& v) { ParseAfter(v, options); }, kAfterHelp)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->allow_extra_args(false)
+        ->type_name("N:ACTION");
+    app.add_option("--record", options.record,
+                   "Append each position command, decoded to 0..1, to FILE as CSV: time,command,axis1..axis6")
+        ->type_name("FILE");
 }
 
 void Configure(UsbDeviceEmulator& device, const Options& options)
@@ -244,39 +234,33 @@ std::string Describe(const std::vector<std::string>& replies)
     return text;
 }
 
-}  // namespace
-
-int main(int argc, char** argv)
-{
-    const Options options = ParseOptions(argc, argv);
-    // Signals are taken by sigtimedwait below; the device thread inherits the mask.
-    sigset_t stopSignals;
-    sigemptyset(&stopSignals);
-    sigaddset(&stopSignals, SIGINT);
-    sigaddset(&stopSignals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
-
-    std::unique_ptr<UsbDeviceEmulator> device;
-    try {
-        device = std::make_unique<UsbDeviceEmulator>(options.device.empty() ? zepta_tools::NextFreeAcmPath()
-                                                                            : options.device);
-    } catch (const std::exception& e) {
-        std::cerr << "zepta-usb-emulator: " << e.what() << "\n";
-        return 1;
-    }
-    Configure(*device, options);
+// The device published and configured, with its position record when one
+// was asked for; the device goes first, as its thread writes the record.
+struct PublishedDevice {
     std::unique_ptr<zepta_tools::PositionRecord> record;
-    try {
-        if (!options.record.empty()) record = std::make_unique<zepta_tools::PositionRecord>(options.record);
-    } catch (const std::exception& e) {
-        std::cerr << "zepta-usb-emulator: " << e.what() << "\n";
-        return 1;
-    }
-    std::atomic<bool> unplugged{RunActionsAt(0, options, *device)};
+    std::unique_ptr<UsbDeviceEmulator> device;
+};
 
+PublishedDevice Publish(const Options& options)
+{
+    PublishedDevice published;
+    published.device =
+        std::make_unique<UsbDeviceEmulator>(options.device.empty() ? zepta_tools::NextFreeAcmPath() : options.device);
+    Configure(*published.device, options);
+    if (!options.record.empty()) published.record = std::make_unique<zepta_tools::PositionRecord>(options.record);
+    return published;
+}
+
+// Prints and records each command and runs the actions due after it, until a
+// stop signal comes or an action unplugs the device.
+void Serve(PublishedDevice& published, const Options& options, const sigset_t& stopSignals)
+{
+    UsbDeviceEmulator& device = *published.device;
+    zepta_tools::PositionRecord* record = published.record.get();
+    std::atomic<bool> unplugged{RunActionsAt(0, options, device)};
     const auto started = std::chrono::steady_clock::now();
     long answered = 0;  // device thread only
-    device->SetObserver([&](const zepta_tools::ReceivedCommand& command, const std::vector<std::string>& replies) {
+    device.SetObserver([&](const zepta_tools::ReceivedCommand& command, const std::vector<std::string>& replies) {
         const std::chrono::duration<double> since = command.at - started;
         std::printf("[%10.3f] %-24s -> %s\n", since.count(), Printable(command.text).c_str(), Describe(replies).c_str());
         std::fflush(stdout);
@@ -284,15 +268,36 @@ int main(int argc, char** argv)
             const std::vector<double> axes = zepta_tools::DecodePositionCommand(command.text);
             if (!axes.empty()) record->Add(command.at, command.text.substr(0, 1), axes);
         }
-        if (command.text != Message::CommandEnd && RunActionsAt(++answered, options, *device)) unplugged = true;
+        if (command.text != Message::CommandEnd && RunActionsAt(++answered, options, device)) unplugged = true;
     });
-    std::printf("zepta-usb-emulator: %s at %s\n", Printable(options.identity).c_str(), device->DevicePath().c_str());
+    std::printf("%s: %s at %s\n", kProgram, Printable(options.identity).c_str(), device.DevicePath().c_str());
     std::fflush(stdout);
 
     const timespec pollInterval{0, kSignalPollNs};
     while (!unplugged && sigtimedwait(&stopSignals, nullptr, &pollInterval) < 0) {
     }
     // The observer refers to the locals above: stop the device thread first.
-    device.reset();
+    published.device.reset();
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    CLI::App app(kDescription, kProgram);
+    zepta_tools::PrepareCommandLine(app);
+    AddOptions(app, options);
+    if (const std::optional<int> exitCode = zepta_tools::ParseCommandLine(app, argc, argv)) return *exitCode;
+    // Signals are taken by sigtimedwait; the device thread inherits the mask.
+    const sigset_t stopSignals = zepta_tools::BlockStopSignals();
+    PublishedDevice published;
+    try {
+        published = Publish(options);
+    } catch (const std::exception& e) {
+        std::cerr << kProgram << ": " << e.what() << "\n";
+        return zepta_tools::kExitTrouble;
+    }
+    Serve(published, options, stopSignals);
     return 0;
 }

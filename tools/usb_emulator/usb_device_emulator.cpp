@@ -10,6 +10,7 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "usb/device_family.h"
 #include "usb/messages.h"
 
 namespace zepta_tools {
@@ -22,19 +23,16 @@ namespace {
 const std::string kDefaultVersion = "FW 1.00";
 const std::string kDefaultSerialNumber = "EMU00001";
 const std::string kLineEnd = "\r\n";
-constexpr int kFourAxes = 15;
-constexpr int kSixAxes = 63;
-constexpr int kTwoAxes = 3;
 // A device buffers only so much of a command that never ends.
 constexpr std::size_t kMaxCommandLength = 4096;
 constexpr std::size_t kReadChunk = 256;
 constexpr std::size_t kFloodChunk = 256;
 
+// The axes the identity's family reports; two for an identity of no family.
 int FamilyAxisSet(const std::string& identity)
 {
-    if (identity == Message::KORVE4DOF_Enable) return kFourAxes;
-    if (identity == Message::KORVE6DOF_Enable) return kSixAxes;
-    return kTwoAxes;
+    const ZEPTASDK::DeviceFamily* family = ZEPTASDK::FindDeviceFamily(identity);
+    return static_cast<int>(family != nullptr ? family->axisMask : ZEPTASDK::kTwoAxes);
 }
 
 bool StartsWith(const std::string& text, const std::string& prefix)
@@ -57,164 +55,164 @@ void SetNonBlocking(int fd)
 
 }  // namespace
 
-UsbDeviceEmulator::UsbDeviceEmulator(std::string devicePath)
-    : devicePath_(std::move(devicePath)),
-      pty_(std::make_unique<PseudoTerminal>(devicePath_)),
-      identity_(Message::KORVE4DOF_Enable),
-      version_(kDefaultVersion),
-      serialNumber_(kDefaultSerialNumber)
+UsbDeviceEmulator::UsbDeviceEmulator(std::string path)
+    : devicePath(std::move(path)),
+      pty(std::make_unique<PseudoTerminal>(devicePath)),
+      identity(Message::KORVE4DOF_Enable),
+      version(kDefaultVersion),
+      serialNumber(kDefaultSerialNumber)
 {
     int fds[2];
     if (pipe2(fds, O_CLOEXEC | O_NONBLOCK) != 0) throw std::runtime_error(std::string("pipe2: ") + std::strerror(errno));
-    wakeRead_ = fds[0];
-    wakeWrite_ = fds[1];
+    wakeRead = fds[0];
+    wakeWrite = fds[1];
     // Replies are written without blocking, so that a library that stops
     // reading can never wedge the device thread.
-    SetNonBlocking(pty_->MasterFd());
-    thread_ = std::thread(&UsbDeviceEmulator::Run, this);
+    SetNonBlocking(pty->MasterFd());
+    thread = std::thread(&UsbDeviceEmulator::Run, this);
 }
 
 UsbDeviceEmulator::~UsbDeviceEmulator()
 {
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        stopRequested_ = true;
+        std::lock_guard<std::mutex> lock(mutex);
+        stopRequested = true;
     }
     Wake();
-    thread_.join();
-    close(wakeRead_);
-    close(wakeWrite_);
+    thread.join();
+    close(wakeRead);
+    close(wakeWrite);
 }
 
 void UsbDeviceEmulator::SetIdentity(std::string line)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    identity_ = std::move(line);
+    std::lock_guard<std::mutex> lock(mutex);
+    identity = std::move(line);
 }
 
 void UsbDeviceEmulator::SetVersion(std::string line)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    version_ = std::move(line);
+    std::lock_guard<std::mutex> lock(mutex);
+    version = std::move(line);
 }
 
 void UsbDeviceEmulator::SetSerialNumber(std::string line)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    serialNumber_ = std::move(line);
+    std::lock_guard<std::mutex> lock(mutex);
+    serialNumber = std::move(line);
 }
 
 void UsbDeviceEmulator::SetCalibrationDelay(std::chrono::milliseconds delay)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    calibrationDelay_ = delay;
+    std::lock_guard<std::mutex> lock(mutex);
+    calibrationDelay = delay;
 }
 
-void UsbDeviceEmulator::SetAxisSet(std::optional<int> axisSet)
+void UsbDeviceEmulator::SetAxisSet(std::optional<int> set)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    axisSet_ = axisSet;
+    std::lock_guard<std::mutex> lock(mutex);
+    axisSet = set;
 }
 
 void UsbDeviceEmulator::SetStatusCode(int code)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    statusCode_ = code;
+    std::lock_guard<std::mutex> lock(mutex);
+    statusCode = code;
 }
 
-void UsbDeviceEmulator::SetWireModel(std::chrono::nanoseconds perByte, std::chrono::nanoseconds turnaround)
+void UsbDeviceEmulator::SetWireModel(std::chrono::nanoseconds perByte, std::chrono::nanoseconds turnaroundTime)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    byteTime_ = perByte;
-    turnaround_ = turnaround;
+    std::lock_guard<std::mutex> lock(mutex);
+    byteTime = perByte;
+    turnaround = turnaroundTime;
 }
 
 void UsbDeviceEmulator::SilenceAfter(std::size_t commands)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    answersLeft_ = commands;
+    std::lock_guard<std::mutex> lock(mutex);
+    answersLeft = commands;
 }
 
 void UsbDeviceEmulator::SetCalibrationFault(CalibrationFault fault, bool always)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    calibrationFault_ = fault;
-    calibrationFaultAlways_ = always;
+    std::lock_guard<std::mutex> lock(mutex);
+    calibrationFault = fault;
+    calibrationFaultAlways = always;
 }
 
-void UsbDeviceEmulator::SetLocked(bool locked)
+void UsbDeviceEmulator::SetLocked(bool isLocked)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    locked_ = locked;
+    std::lock_guard<std::mutex> lock(mutex);
+    locked = isLocked;
 }
 
 void UsbDeviceEmulator::InjectBeforeNextStatus(std::string line)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    injectedLines_.push_back(std::move(line));
+    std::lock_guard<std::mutex> lock(mutex);
+    injectedLines.push_back(std::move(line));
 }
 
 void UsbDeviceEmulator::ReplaceNextStatus(std::string bytes)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    statusReplacements_.push_back(std::move(bytes));
+    std::lock_guard<std::mutex> lock(mutex);
+    statusReplacements.push_back(std::move(bytes));
 }
 
 void UsbDeviceEmulator::BabbleInsteadOfNextStatus(std::string pattern, std::chrono::microseconds byteInterval)
 {
     if (pattern.empty()) return;
-    std::lock_guard<std::mutex> lock(mutex_);
-    pendingBabble_ = Babble{std::move(pattern), byteInterval};
+    std::lock_guard<std::mutex> lock(mutex);
+    pendingBabble = Babble{std::move(pattern), byteInterval};
 }
 
 // From the device thread (an observer) this only asks for the close, which
 // happens before the next command is read.
 void UsbDeviceEmulator::Disconnect()
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    disconnectRequested_ = true;
+    std::unique_lock<std::mutex> lock(mutex);
+    disconnectRequested = true;
     lock.unlock();
     Wake();
-    if (std::this_thread::get_id() == thread_.get_id()) return;
+    if (std::this_thread::get_id() == thread.get_id()) return;
     lock.lock();
-    changed_.wait(lock, [this] { return disconnected_; });
+    changed.wait(lock, [this] { return disconnected; });
 }
 
 std::vector<ReceivedCommand> UsbDeviceEmulator::Received() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return received_;
+    std::lock_guard<std::mutex> lock(mutex);
+    return received;
 }
 
 bool UsbDeviceEmulator::WaitFor(Condition condition, std::chrono::milliseconds timeout) const
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_for(lock, timeout, [&] { return condition(received_); });
+    std::unique_lock<std::mutex> lock(mutex);
+    return changed.wait_for(lock, timeout, [&] { return condition(received); });
 }
 
 void UsbDeviceEmulator::ClearReceived()
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    received_.clear();
+    std::lock_guard<std::mutex> lock(mutex);
+    received.clear();
 }
 
-void UsbDeviceEmulator::SetObserver(Observer observer)
+void UsbDeviceEmulator::SetObserver(Observer commandObserver)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    observer_ = std::move(observer);
+    std::lock_guard<std::mutex> lock(mutex);
+    observer = std::move(commandObserver);
 }
 
 void UsbDeviceEmulator::Run()
 {
     for (;;) {
         {
-            std::lock_guard<std::mutex> lock(mutex_);
-            if (stopRequested_) return;
-            if (disconnectRequested_) break;
+            std::lock_guard<std::mutex> lock(mutex);
+            if (stopRequested) return;
+            if (disconnectRequested) break;
         }
         if (!WaitForEvents()) continue;
         char bytes[kReadChunk];
-        const ssize_t count = read(pty_->MasterFd(), bytes, sizeof bytes);
+        const ssize_t count = read(pty->MasterFd(), bytes, sizeof bytes);
         if (count > 0) HandleInput(bytes, static_cast<std::size_t>(count));
         WriteDueReplies();
         SendBabble();
@@ -226,9 +224,9 @@ void UsbDeviceEmulator::Run()
 // can take more bytes, or a method wakes us. False when only the wake-up fired.
 bool UsbDeviceEmulator::WaitForEvents()
 {
-    const bool flooding = babble_ && babble_->byteInterval.count() == 0 && outgoing_.empty();
-    const short masterEvents = static_cast<short>(POLLIN | (writeBlocked_ || flooding ? POLLOUT : 0));
-    pollfd fds[2] = {{wakeRead_, POLLIN, 0}, {pty_->MasterFd(), masterEvents, 0}};
+    const bool flooding = babble && babble->byteInterval.count() == 0 && outgoing.empty();
+    const short masterEvents = static_cast<short>(POLLIN | (writeBlocked || flooding ? POLLOUT : 0));
+    pollfd fds[2] = {{wakeRead, POLLIN, 0}, {pty->MasterFd(), masterEvents, 0}};
     timespec timeout{};
     timespec* timeoutPtr = nullptr;
     if (const std::optional<Clock::time_point> deadline = NextDeadline()) {
@@ -241,7 +239,7 @@ bool UsbDeviceEmulator::WaitForEvents()
     ppoll(fds, 2, timeoutPtr, nullptr);
     if (fds[0].revents & POLLIN) {
         char drain[64];
-        while (read(wakeRead_, drain, sizeof drain) > 0) {
+        while (read(wakeRead, drain, sizeof drain) > 0) {
         }
     }
     return fds[1].revents != 0 || timeoutPtr != nullptr;
@@ -251,20 +249,20 @@ bool UsbDeviceEmulator::WaitForEvents()
 std::optional<Clock::time_point> UsbDeviceEmulator::NextDeadline() const
 {
     std::optional<Clock::time_point> deadline;
-    if (!outgoing_.empty() && !writeBlocked_) deadline = outgoing_.front().due;
-    if (babble_ && babble_->byteInterval.count() > 0 && outgoing_.empty()) deadline = nextBabbleByte_;
+    if (!outgoing.empty() && !writeBlocked) deadline = outgoing.front().due;
+    if (babble && babble->byteInterval.count() > 0 && outgoing.empty()) deadline = nextBabbleByte;
     return deadline;
 }
 
 void UsbDeviceEmulator::HandleInput(const char* bytes, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i) {
-        partialCommand_.push_back(bytes[i]);
-        if (partialCommand_.back() == Message::CommandEnd.front()) {
-            HandleCommand(partialCommand_);
-            partialCommand_.clear();
-        } else if (partialCommand_.size() >= kMaxCommandLength) {
-            partialCommand_.clear();
+        partialCommand.push_back(bytes[i]);
+        if (partialCommand.back() == Message::CommandEnd.front()) {
+            HandleCommand(partialCommand);
+            partialCommand.clear();
+        } else if (partialCommand.size() >= kMaxCommandLength) {
+            partialCommand.clear();
         }
     }
 }
@@ -273,31 +271,31 @@ void UsbDeviceEmulator::HandleCommand(const std::string& text)
 {
     const ReceivedCommand command{text, Clock::now()};
     Answer answer;
-    Observer observer;
+    Observer notify;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        received_.push_back(command);
+        std::lock_guard<std::mutex> lock(mutex);
+        received.push_back(command);
         answer = AnswerTo(text, command.at);
-        observer = observer_;
+        notify = observer;
     }
-    changed_.notify_all();
-    outgoing_.insert(outgoing_.end(), answer.replies.begin(), answer.replies.end());
-    if (observer) observer(command, answer.lines);
+    changed.notify_all();
+    outgoing.insert(outgoing.end(), answer.replies.begin(), answer.replies.end());
+    if (notify) notify(command, answer.lines);
 }
 
-// Called with mutex_ held. `at` is when the command's last byte arrived.
+// Called with mutex held. `at` is when the command's last byte arrived.
 UsbDeviceEmulator::Answer UsbDeviceEmulator::AnswerTo(const std::string& text, Clock::time_point at)
 {
     Answer answer;
     // A babbling device answers nothing any more.
-    if (text == Message::CommandEnd || babble_ || !TakeAnswerBudget()) return answer;
-    const Clock::time_point start = at + byteTime_ * static_cast<long>(text.size()) + turnaround_;
+    if (text == Message::CommandEnd || babble || !TakeAnswerBudget()) return answer;
+    const Clock::time_point start = at + byteTime * static_cast<long>(text.size()) + turnaround;
     if (text == Message::Connect) {
-        AddLine(answer, identity_, start);
+        AddLine(answer, identity, start);
     } else if (text == Message::GetDeviceVersion) {
-        AddLine(answer, version_, start);
+        AddLine(answer, version, start);
     } else if (text == Message::GetSerialNumber) {
-        if (!serialNumber_.empty()) AddLine(answer, serialNumber_, start);
+        if (!serialNumber.empty()) AddLine(answer, serialNumber, start);
     } else if (text == Message::Calibration) {
         AnswerCalibration(answer, start);
     } else if (text == Message::ShowState || IsMotionCommand(text)) {
@@ -308,23 +306,23 @@ UsbDeviceEmulator::Answer UsbDeviceEmulator::AnswerTo(const std::string& text, C
 
 void UsbDeviceEmulator::AnswerCalibration(Answer& answer, Clock::time_point start)
 {
-    if (locked_) {
+    if (locked) {
         AddLine(answer, Message::KorveLocked, start);
         return;
     }
-    const CalibrationFault fault = calibrationFault_;
-    if (!calibrationFaultAlways_) calibrationFault_ = CalibrationFault::None;
+    const CalibrationFault fault = calibrationFault;
+    if (!calibrationFaultAlways) calibrationFault = CalibrationFault::None;
     switch (fault) {
     case CalibrationFault::None:
         AddLine(answer, Message::CalibrationStart, start);
-        AddLine(answer, Message::CalibrationEnd, start, calibrationDelay_);
+        AddLine(answer, Message::CalibrationEnd, start, calibrationDelay);
         break;
     case CalibrationFault::CircuitError:
         AddLine(answer, Message::CircuitError, start);
         break;
     case CalibrationFault::ErrorReset:
         AddLine(answer, Message::CalibrationStart, start);
-        AddLine(answer, Message::CalibrationError, start, calibrationDelay_);
+        AddLine(answer, Message::CalibrationError, start, calibrationDelay);
         break;
     case CalibrationFault::NoAcknowledge:
         break;
@@ -336,22 +334,22 @@ void UsbDeviceEmulator::AnswerCalibration(Answer& answer, Clock::time_point star
 
 void UsbDeviceEmulator::AnswerStatus(Answer& answer, Clock::time_point start)
 {
-    for (const std::string& line : injectedLines_) AddLine(answer, line, start);
-    injectedLines_.clear();
-    if (pendingBabble_) {
-        babble_ = std::move(pendingBabble_);
-        pendingBabble_.reset();
-        babbleOffset_ = 0;
-        nextBabbleByte_ = start;
+    for (const std::string& line : injectedLines) AddLine(answer, line, start);
+    injectedLines.clear();
+    if (pendingBabble) {
+        babble = std::move(pendingBabble);
+        pendingBabble.reset();
+        babbleOffset = 0;
+        nextBabbleByte = start;
         return;
     }
-    if (!statusReplacements_.empty()) {
-        answer.lines.push_back(statusReplacements_.front());
-        AddBytes(answer, statusReplacements_.front(), start, std::chrono::nanoseconds(0));
-        statusReplacements_.pop_front();
+    if (!statusReplacements.empty()) {
+        answer.lines.push_back(statusReplacements.front());
+        AddBytes(answer, statusReplacements.front(), start, std::chrono::nanoseconds(0));
+        statusReplacements.pop_front();
         return;
     }
-    AddLine(answer, locked_ ? Message::KorveLocked : StatusLine(), start);
+    AddLine(answer, locked ? Message::KorveLocked : StatusLine(), start);
 }
 
 void UsbDeviceEmulator::AddLine(Answer& answer, const std::string& line, Clock::time_point start,
@@ -365,40 +363,40 @@ void UsbDeviceEmulator::AddLine(Answer& answer, const std::string& line, Clock::
 void UsbDeviceEmulator::AddBytes(Answer& answer, const std::string& bytes, Clock::time_point start,
                                  std::chrono::nanoseconds extraDelay)
 {
-    const Clock::time_point due = std::max(lastDue_, start + extraDelay + byteTime_ * static_cast<long>(bytes.size()));
-    lastDue_ = due;
+    const Clock::time_point due = std::max(lastDue, start + extraDelay + byteTime * static_cast<long>(bytes.size()));
+    lastDue = due;
     answer.replies.push_back({bytes, due});
 }
 
 bool UsbDeviceEmulator::TakeAnswerBudget()
 {
-    if (!answersLeft_) return true;
-    if (*answersLeft_ == 0) return false;
-    --*answersLeft_;
+    if (!answersLeft) return true;
+    if (*answersLeft == 0) return false;
+    --*answersLeft;
     return true;
 }
 
 std::string UsbDeviceEmulator::StatusLine() const
 {
     char fields[32];
-    std::snprintf(fields, sizeof fields, "%02d%s%04d", axisSet_.value_or(FamilyAxisSet(identity_)),
-                  Message::StatusCodeMarker.c_str(), statusCode_);
+    std::snprintf(fields, sizeof fields, "%02d%s%04d", axisSet.value_or(FamilyAxisSet(identity)),
+                  Message::StatusCodeMarker.c_str(), statusCode);
     return Message::StatusPrefix + fields;
 }
 
 void UsbDeviceEmulator::WriteDueReplies()
 {
-    writeBlocked_ = false;
-    while (!outgoing_.empty() && outgoing_.front().due <= Clock::now()) {
-        Reply& reply = outgoing_.front();
-        const ssize_t written = write(pty_->MasterFd(), reply.bytes.data(), reply.bytes.size());
+    writeBlocked = false;
+    while (!outgoing.empty() && outgoing.front().due <= Clock::now()) {
+        Reply& reply = outgoing.front();
+        const ssize_t written = write(pty->MasterFd(), reply.bytes.data(), reply.bytes.size());
         if (written < 0 && errno == EINTR) continue;
         if (written < 0 && errno == EAGAIN) {
-            writeBlocked_ = true;
+            writeBlocked = true;
             return;
         }
         if (written > 0) reply.bytes.erase(0, static_cast<std::size_t>(written));
-        if (written < 0 || reply.bytes.empty()) outgoing_.pop_front();
+        if (written < 0 || reply.bytes.empty()) outgoing.pop_front();
     }
 }
 
@@ -406,35 +404,35 @@ void UsbDeviceEmulator::WriteDueReplies()
 // byte whenever the next one falls due. Either way the pattern repeats.
 void UsbDeviceEmulator::SendBabble()
 {
-    if (!babble_ || !outgoing_.empty()) return;
-    const std::string& pattern = babble_->pattern;
-    const bool trickle = babble_->byteInterval.count() > 0;
-    if (trickle && Clock::now() < nextBabbleByte_) return;
+    if (!babble || !outgoing.empty()) return;
+    const std::string& pattern = babble->pattern;
+    const bool trickle = babble->byteInterval.count() > 0;
+    if (trickle && Clock::now() < nextBabbleByte) return;
     std::string bytes;
     const std::size_t wanted = trickle ? 1 : kFloodChunk;
-    for (std::size_t i = 0; i < wanted; ++i) bytes.push_back(pattern[(babbleOffset_ + i) % pattern.size()]);
-    const ssize_t written = write(pty_->MasterFd(), bytes.data(), bytes.size());
-    if (written > 0) babbleOffset_ = (babbleOffset_ + static_cast<std::size_t>(written)) % pattern.size();
-    if (trickle) nextBabbleByte_ = Clock::now() + babble_->byteInterval;
+    for (std::size_t i = 0; i < wanted; ++i) bytes.push_back(pattern[(babbleOffset + i) % pattern.size()]);
+    const ssize_t written = write(pty->MasterFd(), bytes.data(), bytes.size());
+    if (written > 0) babbleOffset = (babbleOffset + static_cast<std::size_t>(written)) % pattern.size();
+    if (trickle) nextBabbleByte = Clock::now() + babble->byteInterval;
 }
 
 void UsbDeviceEmulator::CloseDevice()
 {
-    pty_.reset();
-    outgoing_.clear();
-    babble_.reset();
+    pty.reset();
+    outgoing.clear();
+    babble.reset();
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        disconnected_ = true;
+        std::lock_guard<std::mutex> lock(mutex);
+        disconnected = true;
     }
-    changed_.notify_all();
+    changed.notify_all();
 }
 
 void UsbDeviceEmulator::Wake()
 {
     const char byte = 1;
     // A full pipe already holds a wake-up; nothing is lost when this fails.
-    [[maybe_unused]] const ssize_t ignored = write(wakeWrite_, &byte, 1);
+    [[maybe_unused]] const ssize_t ignored = write(wakeWrite, &byte, 1);
 }
 
 namespace {
@@ -461,8 +459,8 @@ std::vector<double> DecodePositionCommand(const std::string& text)
     constexpr std::size_t kWordDigits = 3;
     if (text.size() < 3 || text.back() != ';') return {};
     std::vector<double> axes;
-    if (text[0] == 'p') axes = DecodeFields(text, kByteDigits, 255.0);
-    if (text[0] == 'q') axes = DecodeFields(text, kWordDigits, 4095.0);
+    if (StartsWith(text, Message::PositionCommand)) axes = DecodeFields(text, kByteDigits, 255.0);
+    if (StartsWith(text, Message::Position12Command)) axes = DecodeFields(text, kWordDigits, 4095.0);
     if (axes.size() != 4 && axes.size() != 6) return {};
     return axes;
 }

@@ -76,12 +76,12 @@ public:
 
     // Opens a pty and publishes its slave at devicePath. Throws
     // std::runtime_error when the pty cannot be created.
-    explicit UsbDeviceEmulator(std::string devicePath = NextFreeAcmPath());
+    explicit UsbDeviceEmulator(std::string path = NextFreeAcmPath());
     ~UsbDeviceEmulator();
     UsbDeviceEmulator(const UsbDeviceEmulator&) = delete;
     UsbDeviceEmulator& operator=(const UsbDeviceEmulator&) = delete;
 
-    const std::string& DevicePath() const { return devicePath_; }
+    const std::string& DevicePath() const { return devicePath; }
 
     // ---- What the device says ------------------------------------------
     // The identity line; any text. Also picks the default axis set:
@@ -93,13 +93,13 @@ public:
     // library waits 4.4 s for it; longer delays make the calibration fail.
     void SetCalibrationDelay(std::chrono::milliseconds delay);
     // The axis set in status lines; nullopt restores the identity's own.
-    void SetAxisSet(std::optional<int> axisSet);
+    void SetAxisSet(std::optional<int> set);
     // The number after "-EXT4-" (default 0).
     void SetStatusCode(int code);
     // Optional wire model (off by default): each command takes perByte per
     // byte to arrive, the device waits turnaround, and each answer appears
     // whole when its last byte would have arrived at perByte per byte.
-    void SetWireModel(std::chrono::nanoseconds perByte, std::chrono::nanoseconds turnaround);
+    void SetWireModel(std::chrono::nanoseconds perByte, std::chrono::nanoseconds turnaroundTime);
 
     // ---- Faults ---------------------------------------------------------
     // Answers the next `commands` commands (";" alone not counted), then
@@ -108,7 +108,7 @@ public:
     // Applies to the next calibration only, or to every one with always.
     void SetCalibrationFault(CalibrationFault fault, bool always);
     // A locked device answers "c;" and every status request "KORVE-LOCKED".
-    void SetLocked(bool locked);
+    void SetLocked(bool isLocked);
     // Sends line (e.g. "KORVE-BUTTON", "KORVE-LOCK-OK", "KORVE-UNLOCK-OK")
     // just before the next status answer. Several lines queue up in order.
     void InjectBeforeNextStatus(std::string line);
@@ -130,7 +130,7 @@ public:
     // Waits until condition holds for the commands received so far.
     bool WaitFor(Condition condition, std::chrono::milliseconds timeout) const;
     void ClearReceived();
-    void SetObserver(Observer observer);
+    void SetObserver(Observer commandObserver);
 
 private:
     struct Reply {
@@ -165,44 +165,44 @@ private:
     void CloseDevice();
     void Wake();
 
-    const std::string devicePath_;
-    std::unique_ptr<PseudoTerminal> pty_;  // touched only by the device thread after start
-    int wakeRead_ = -1;
-    int wakeWrite_ = -1;
+    const std::string devicePath;
+    std::unique_ptr<PseudoTerminal> pty;  // touched only by the device thread after start
+    int wakeRead = -1;
+    int wakeWrite = -1;
     // Device thread only:
-    std::string partialCommand_;
-    std::deque<Reply> outgoing_;
-    std::chrono::steady_clock::time_point lastDue_;
-    bool writeBlocked_ = false;
-    std::optional<Babble> babble_;
-    std::size_t babbleOffset_ = 0;
-    std::chrono::steady_clock::time_point nextBabbleByte_;
+    std::string partialCommand;
+    std::deque<Reply> outgoing;
+    std::chrono::steady_clock::time_point lastDue;
+    bool writeBlocked = false;
+    std::optional<Babble> babble;
+    std::size_t babbleOffset = 0;
+    std::chrono::steady_clock::time_point nextBabbleByte;
 
-    mutable std::mutex mutex_;
-    mutable std::condition_variable changed_;
-    // Guarded by mutex_:
-    std::string identity_;
-    std::string version_;
-    std::string serialNumber_;
-    std::chrono::milliseconds calibrationDelay_{0};
-    std::optional<int> axisSet_;
-    int statusCode_ = 0;
-    std::chrono::nanoseconds byteTime_{0};
-    std::chrono::nanoseconds turnaround_{0};
-    std::optional<std::size_t> answersLeft_;
-    CalibrationFault calibrationFault_ = CalibrationFault::None;
-    bool calibrationFaultAlways_ = false;
-    bool locked_ = false;
-    std::deque<std::string> injectedLines_;
-    std::deque<std::string> statusReplacements_;
-    std::optional<Babble> pendingBabble_;
-    std::vector<ReceivedCommand> received_;
-    Observer observer_;
-    bool stopRequested_ = false;
-    bool disconnectRequested_ = false;
-    bool disconnected_ = false;
+    mutable std::mutex mutex;
+    mutable std::condition_variable changed;
+    // Guarded by mutex:
+    std::string identity;
+    std::string version;
+    std::string serialNumber;
+    std::chrono::milliseconds calibrationDelay{0};
+    std::optional<int> axisSet;
+    int statusCode = 0;
+    std::chrono::nanoseconds byteTime{0};
+    std::chrono::nanoseconds turnaround{0};
+    std::optional<std::size_t> answersLeft;
+    CalibrationFault calibrationFault = CalibrationFault::None;
+    bool calibrationFaultAlways = false;
+    bool locked = false;
+    std::deque<std::string> injectedLines;
+    std::deque<std::string> statusReplacements;
+    std::optional<Babble> pendingBabble;
+    std::vector<ReceivedCommand> received;
+    Observer observer;
+    bool stopRequested = false;
+    bool disconnectRequested = false;
+    bool disconnected = false;
 
-    std::thread thread_;
+    std::thread thread;
 };
 
 }  // namespace zepta_tools

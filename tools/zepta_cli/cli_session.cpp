@@ -13,8 +13,6 @@ namespace zepta_cli {
 namespace {
 
 const char kAppCode[] = "ZEPTACLI";
-constexpr int kStateCalibrating = 7;
-constexpr int kStateRunning = 8;
 constexpr auto kConnectTimeout = std::chrono::seconds(60);
 constexpr auto kPollInterval = std::chrono::milliseconds(20);
 constexpr auto kRateWindow = std::chrono::seconds(1);
@@ -29,19 +27,19 @@ void CountFrame() { ++s_framesSent; }
 
 }  // namespace
 
-CliSession::CliSession(Console& console, const SessionOptions& options) : console_(console), quiet_(options.quiet)
+CliSession::CliSession(Console& out, const SessionOptions& options) : console(out), quiet(options.quiet)
 {
     s_framesSent = 0;
-    session_.SetCallbackUpdateFunction(CountFrame);
+    session.SetCallbackUpdateFunction(CountFrame);
     // Until the first frame of our own, the device gets the neutral pose.
     const _korve_data_packet neutral = NeutralPacket();
-    session_.Write(&neutral);
-    session_.Open(kAppCode, options.serial.c_str());
+    session.Write(&neutral);
+    session.Open(kAppCode, options.serial.c_str());
 }
 
 CliSession::~CliSession()
 {
-    if (open_) session_.Close();
+    if (open) session.Close();
 }
 
 _korve_data_packet CliSession::NeutralPacket()
@@ -62,11 +60,11 @@ void CliSession::Connect()
         const int kind = DeviceKind();
         // The library lets a device settle for a moment before its first
         // frame; motion starts once that frame has gone out.
-        if (state == kStateRunning && FramesSent() > 0) {
-            console_.Status("connected: device kind " + std::to_string(kind) + ", serial \"" +
-                                Printable(session_.GetZEPTASerialNumber()) + "\"",
+        if (state == ZEPTA_STATE_RUNNING && FramesSent() > 0) {
+            console.Status("connected: device kind " + std::to_string(kind) + ", serial \"" +
+                                Printable(session.GetZEPTASerialNumber()) + "\"",
                             true);
-            console_.EndStatus();
+            console.EndStatus();
             return;
         }
         if (Ended()) throw Trouble("no device connected");
@@ -83,24 +81,24 @@ void CliSession::Connect()
 // shows a device; the log line it writes tells that phase.
 void CliSession::ShowConnecting(int state, int kind, double seconds)
 {
-    std::string phase = "searching for a device (USB, then a broadcast on the LAN)";
-    if (state == kStateCalibrating) {
-        phase = "calibrating device kind " + std::to_string(kind);
-    } else if (state == kStateRunning) {
-        phase = "device kind " + std::to_string(kind) + " connected, settling";
-    } else if (kind != 0) {
-        phase = "found device kind " + std::to_string(kind) + ", waiting for its first answer";
+    std::string now = "searching for a device (USB, then a broadcast on the LAN)";
+    if (state == ZEPTA_STATE_CALIBRATING) {
+        now = "calibrating device kind " + std::to_string(kind);
+    } else if (state == ZEPTA_STATE_RUNNING) {
+        now = "device kind " + std::to_string(kind) + " connected, settling";
+    } else if (kind != ZEPTA_DEVICE_NONE) {
+        now = "found device kind " + std::to_string(kind) + ", waiting for its first answer";
     }
     char elapsed[32];
     std::snprintf(elapsed, sizeof elapsed, " | %.1f s", seconds);
-    const bool newPhase = phase != phase_;
-    phase_ = phase;
-    console_.Status(phase + " (state " + std::to_string(state) + ")" + elapsed +
-                        (lastLogLine_.empty() ? "" : " | " + lastLogLine_),
-                    newPhase);
+    const bool newPhase = now != phase;
+    phase = now;
+    console.Status(now + " (state " + std::to_string(state) + ")" + elapsed +
+                       (lastLogLine.empty() ? "" : " | " + lastLogLine),
+                   newPhase);
 }
 
-void CliSession::Write(const _korve_data_packet& packet) { session_.Write(&packet); }
+void CliSession::Write(const _korve_data_packet& packet) { session.Write(&packet); }
 
 long CliSession::FramesSent() const { return s_framesSent; }
 
@@ -117,20 +115,20 @@ bool CliSession::WaitForFramesAbove(long count, std::chrono::milliseconds timeou
 double CliSession::FramesPerSecond()
 {
     const auto now = std::chrono::steady_clock::now();
-    rateSamples_.emplace_back(now, FramesSent());
-    while (now - rateSamples_.front().first > kRateWindow) rateSamples_.pop_front();
-    const std::chrono::duration<double> span = now - rateSamples_.front().first;
+    rateSamples.emplace_back(now, FramesSent());
+    while (now - rateSamples.front().first > kRateWindow) rateSamples.pop_front();
+    const std::chrono::duration<double> span = now - rateSamples.front().first;
     if (span.count() <= 0.0) return 0.0;
-    return static_cast<double>(rateSamples_.back().second - rateSamples_.front().second) / span.count();
+    return static_cast<double>(rateSamples.back().second - rateSamples.front().second) / span.count();
 }
 
-int CliSession::State() { return session_.GetState(); }
+int CliSession::State() { return session.GetState(); }
 
-bool CliSession::Calibrating() { return State() == kStateCalibrating; }
+bool CliSession::Calibrating() { return State() == ZEPTA_STATE_CALIBRATING; }
 
-int CliSession::DeviceKind() { return session_.GetZEPTADevice(); }
+int CliSession::DeviceKind() { return session.GetZEPTADevice(); }
 
-bool CliSession::Ended() { return !session_.GetZEPTAStatus(); }
+bool CliSession::Ended() { return !session.GetZEPTAStatus(); }
 
 // The backlog is process-wide and bounded, so it is drained whether or not
 // its lines are shown.
@@ -139,13 +137,13 @@ void CliSession::PumpLog()
     char buffer[512];
     int count;
     while ((count = zeptaGetBackLog(buffer, static_cast<int>(sizeof buffer))) > 0) {
-        partialLogLine_.append(buffer, static_cast<std::size_t>(count));
+        partialLogLine.append(buffer, static_cast<std::size_t>(count));
     }
     std::size_t end;
-    while ((end = partialLogLine_.find('\n')) != std::string::npos) {
-        lastLogLine_ = Printable(partialLogLine_.substr(0, end));
-        partialLogLine_.erase(0, end + 1);
-        if (!quiet_) console_.Line(kLogPrefix + lastLogLine_);
+    while ((end = partialLogLine.find('\n')) != std::string::npos) {
+        lastLogLine = Printable(partialLogLine.substr(0, end));
+        partialLogLine.erase(0, end + 1);
+        if (!quiet) console.Line(kLogPrefix + lastLogLine);
     }
 }
 
@@ -156,16 +154,16 @@ void CliSession::ParkAndClose()
         // Setting origin mode wakes the session for a frame, but a frame that
         // was already running may not have seen it; the frame that the write
         // after it wakes carries the origin for certain.
-        session_.SetOriginMode(true);
+        session.SetOriginMode(true);
         const long before = FramesSent();
         if (WaitForFramesAbove(before, kParkTimeout)) {
             const _korve_data_packet neutral = NeutralPacket();
-            session_.Write(&neutral);
+            session.Write(&neutral);
             parked = WaitForFramesAbove(before + 1, kParkTimeout);
         }
     }
-    session_.Close();
-    open_ = false;
+    session.Close();
+    open = false;
     PumpLog();
     if (!parked) throw Trouble("the device did not take the origin position");
 }
@@ -174,8 +172,18 @@ DeviceTrouble CliSession::Trouble(const std::string& what)
 {
     PumpLog();
     std::string text = what + " (state " + std::to_string(State()) + ")";
-    if (!lastLogLine_.empty()) text += "; last log line: " + lastLogLine_;
+    if (!lastLogLine.empty()) text += "; last log line: " + lastLogLine;
     return DeviceTrouble(text);
+}
+
+bool RunParkedSession(Console& console, const SessionOptions& options, const std::function<bool(CliSession&)>& motion)
+{
+    CliSession session(console, options);
+    session.Connect();
+    const bool completed = motion(session);
+    console.EndStatus();
+    session.ParkAndClose();
+    return completed;
 }
 
 void AddSessionOptions(CLI::App& command, SessionOptions& options)

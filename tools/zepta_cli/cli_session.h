@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -25,7 +26,7 @@ class CliSession {
 public:
     // Opens the session: the library starts looking for a device (USB first,
     // then a discovery broadcast on the LAN).
-    CliSession(Console& console, const SessionOptions& options);
+    CliSession(Console& out, const SessionOptions& options);
     ~CliSession();
     CliSession(const CliSession&) = delete;
     CliSession& operator=(const CliSession&) = delete;
@@ -63,15 +64,22 @@ public:
 private:
     void ShowConnecting(int state, int kind, double seconds);
 
-    Console& console_;
-    bool quiet_;
-    ZEPTASDK::ZEPTA session_;
-    bool open_ = true;
-    std::string phase_;
-    std::string partialLogLine_;
-    std::string lastLogLine_;
-    std::deque<std::pair<std::chrono::steady_clock::time_point, long>> rateSamples_;
+    Console& console;
+    bool quiet;
+    ZEPTASDK::ZEPTA session;
+    bool open = true;
+    std::string phase;
+    std::string partialLogLine;
+    std::string lastLogLine;
+    std::deque<std::pair<std::chrono::steady_clock::time_point, long>> rateSamples;
 };
+
+// What the test and play commands share around their motion: opens a session,
+// waits until it connects, runs motion, then parks the device and closes the
+// session. Returns motion's result: true when it ran to its end, false when a
+// stop signal ended it. An exception from motion closes without parking.
+bool RunParkedSession(Console& console, const SessionOptions& options,
+                      const std::function<bool(CliSession&)>& motion);
 
 }  // namespace zepta_cli
 

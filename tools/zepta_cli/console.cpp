@@ -13,18 +13,18 @@ constexpr auto kPlainStatusInterval = std::chrono::seconds(1);
 
 }  // namespace
 
-Console::Console() : terminal_(isatty(STDOUT_FILENO) == 1) {}
+Console::Console() : terminal(isatty(STDOUT_FILENO) == 1) {}
 
 void Console::Status(const std::string& text, bool milestone)
 {
-    status_ = text;
-    if (terminal_) {
+    status = text;
+    if (terminal) {
         std::printf("%s%s", kClearLine, text.c_str());
-        statusShown_ = true;
+        statusShown = true;
     } else {
         const auto now = std::chrono::steady_clock::now();
-        if (!milestone && now - lastPlainStatus_ < kPlainStatusInterval) return;
-        lastPlainStatus_ = now;
+        if (!milestone && now - lastPlainStatus < kPlainStatusInterval) return;
+        lastPlainStatus = now;
         std::printf("%s\n", text.c_str());
     }
     std::fflush(stdout);
@@ -34,20 +34,20 @@ void Console::Line(const std::string& text)
 {
     ClearStatus();
     std::printf("%s\n", text.c_str());
-    if (statusShown_) std::printf("%s", status_.c_str());
+    if (statusShown) std::printf("%s", status.c_str());
     std::fflush(stdout);
 }
 
 void Console::EndStatus()
 {
-    if (terminal_ && statusShown_) std::printf("\n");
-    statusShown_ = false;
+    if (terminal && statusShown) std::printf("\n");
+    statusShown = false;
     std::fflush(stdout);
 }
 
 void Console::ClearStatus()
 {
-    if (terminal_ && statusShown_) std::printf("%s", kClearLine);
+    if (terminal && statusShown) std::printf("%s", kClearLine);
 }
 
 std::string Printable(const std::string& bytes)

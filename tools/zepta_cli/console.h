@@ -24,10 +24,10 @@ public:
 private:
     void ClearStatus();
 
-    bool terminal_;
-    bool statusShown_ = false;
-    std::string status_;
-    std::chrono::steady_clock::time_point lastPlainStatus_{};
+    bool terminal;
+    bool statusShown = false;
+    std::string status;
+    std::chrono::steady_clock::time_point lastPlainStatus{};
 };
 
 // Text as it is, control and non-ASCII bytes as \xNN: device replies may be garbage.

@@ -22,10 +22,10 @@ void PrintDevices(const std::vector<ZEPTASDK::LanDeviceInfo>& devices)
 {
     std::printf("%-20s %-5s %-20s %s\n", "MODEL", "TYPE", "SERIAL", "ADDRESS");
     for (const ZEPTASDK::LanDeviceInfo& device : devices) {
-        const std::string type = device.deviceType != 0 ? std::to_string(device.deviceType) : "-";
+        const std::string type = device.deviceType != ZEPTA_DEVICE_NONE ? std::to_string(device.deviceType) : "-";
         std::printf("%-20s %-5s %-20s %s%s\n", Printable(device.model).c_str(), type.c_str(),
                     Printable(device.serialNumber).c_str(), device.address.c_str(),
-                    device.deviceType != 0 ? "" : "  (a model the library does not drive)");
+                    device.deviceType != ZEPTA_DEVICE_NONE ? "" : "  (a model the library does not drive)");
     }
 }
 

@@ -54,17 +54,17 @@ struct ColumnMap {
 
 class Reader {
 public:
-    explicit Reader(std::string name) : name_(std::move(name)) {}
+    explicit Reader(std::string fileName) : name(std::move(fileName)) {}
 
     [[noreturn]] void Fail(const std::string& what) const
     {
-        throw UsageError(name_ + (line_ > 0 ? ":" + std::to_string(line_) : std::string()) + ": " + what);
+        throw UsageError(name + (lineNumber > 0 ? ":" + std::to_string(lineNumber) : std::string()) + ": " + what);
     }
 
     bool NextLine(std::istream& in, std::string& line)
     {
         while (std::getline(in, line)) {
-            ++line_;
+            ++lineNumber;
             if (!Trimmed(line).empty()) return true;
         }
         return false;
@@ -115,8 +115,8 @@ public:
     }
 
 private:
-    std::string name_;
-    long line_ = 0;
+    std::string name;
+    long lineNumber = 0;
 };
 
 }  // namespace

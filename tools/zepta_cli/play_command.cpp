@@ -43,20 +43,20 @@ struct PlayOptions {
 // The frame times: every sample's own, or a fixed rate over the recording.
 class Schedule {
 public:
-    Schedule(const MotionRecording& recording, std::optional<double> rate) : recording_(recording), rate_(rate) {}
+    Schedule(const MotionRecording& played, std::optional<double> frameRate) : recording(played), rate(frameRate) {}
 
     std::size_t Count() const
     {
-        if (!rate_) return recording_.samples.size();
-        return static_cast<std::size_t>(std::floor(recording_.Duration() * *rate_)) + 1;
+        if (!rate) return recording.samples.size();
+        return static_cast<std::size_t>(std::floor(recording.Duration() * *rate)) + 1;
     }
     double Time(std::size_t frame) const
     {
-        return rate_ ? static_cast<double>(frame) / *rate_ : recording_.samples[frame].time;
+        return rate ? static_cast<double>(frame) / *rate : recording.samples[frame].time;
     }
     Pose PoseOf(std::size_t frame) const
     {
-        return rate_ ? recording_.PoseAt(Time(frame)) : recording_.samples[frame].pose;
+        return rate ? recording.PoseAt(Time(frame)) : recording.samples[frame].pose;
     }
     // The latest frame due at elapsed, but never before next.
     std::size_t Due(std::size_t next, double elapsed) const
@@ -66,8 +66,8 @@ public:
     }
 
 private:
-    const MotionRecording& recording_;
-    std::optional<double> rate_;
+    const MotionRecording& recording;
+    std::optional<double> rate;
 };
 
 MotionRecording LoadRecording(const std::string& path)
@@ -91,14 +91,14 @@ std::string ProgressText(CliSession& session, double elapsed, double duration, l
 
 class Player {
 public:
-    Player(const MotionRecording& recording, std::optional<double> rate, std::unique_ptr<TraceWriter> trace,
-           Console& console, CliSession& session)
-        : schedule_(recording, rate),
-          duration_(recording.Duration()),
-          console_(console),
-          session_(session),
-          converter_(session.DeviceKind()),
-          trace_(std::move(trace))
+    Player(const MotionRecording& recording, std::optional<double> rate, std::unique_ptr<TraceWriter> frameTrace,
+           Console& out, CliSession& connected)
+        : schedule(recording, rate),
+          duration(recording.Duration()),
+          console(out),
+          session(connected),
+          converter(connected.DeviceKind()),
+          trace(std::move(frameTrace))
     {
         // The session converted the neutral packet while it connected.
         _korve_data_packet neutral = CliSession::NeutralPacket();
@@ -108,25 +108,25 @@ public:
     // Plays to the end or until a stop signal; false when stopped.
     bool Run()
     {
-        start_ = std::chrono::steady_clock::now();
-        for (std::size_t frame = 0; frame < schedule_.Count(); ++frame) {
-            if (!WaitUntil(schedule_.Time(frame))) return false;
-            const std::size_t due = schedule_.Due(frame, Elapsed());
-            skipped_ += static_cast<long>(due - frame);
+        start = std::chrono::steady_clock::now();
+        for (std::size_t frame = 0; frame < schedule.Count(); ++frame) {
+            if (!WaitUntil(schedule.Time(frame))) return false;
+            const std::size_t due = schedule.Due(frame, Elapsed());
+            skipped += static_cast<long>(due - frame);
             frame = due;
-            SendFrame(schedule_.PoseOf(frame));
+            SendFrame(schedule.PoseOf(frame));
         }
         ShowProgress();
         return true;
     }
 
-    long Frames() const { return frames_; }
-    long Skipped() const { return skipped_; }
+    long Frames() const { return frames; }
+    long Skipped() const { return skipped; }
 
 private:
     double Elapsed() const
     {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     }
 
     // Sleeps until the frame time, keeping the log and the progress bar
@@ -136,8 +136,8 @@ private:
         for (;;) {
             if (StopRequested()) return false;
             const auto now = std::chrono::steady_clock::now();
-            if (now - lastStatus_ >= kStatusInterval) ShowProgress();
-            const auto due = start_ + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+            if (now - lastStatus >= kStatusInterval) ShowProgress();
+            const auto due = start + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                                           std::chrono::duration<double>(time));
             if (now >= due) return true;
             std::this_thread::sleep_until(std::min(due, now + kPollInterval));
@@ -153,42 +153,42 @@ private:
         packet.heave = pose[3];
         packet.sway = pose[4];
         packet.surge = pose[5];
-        const long before = session_.FramesSent();
+        const long before = session.FramesSent();
         const auto handedOver = std::chrono::steady_clock::now();
-        session_.Write(packet);
-        if (!session_.WaitForFramesAbove(before, kFrameTimeout)) {
-            throw session_.Trouble(session_.Ended() ? "the session ended during the replay"
+        session.Write(packet);
+        if (!session.WaitForFramesAbove(before, kFrameTimeout)) {
+            throw session.Trouble(session.Ended() ? "the session ended during the replay"
                                                     : "the device stopped taking frames");
         }
-        ++frames_;
+        ++frames;
         _korve_data_packet converted = packet;
         Convert(converted);
-        if (trace_) trace_->Add(handedOver, packet, converted);
+        if (trace) trace->Add(handedOver, packet, converted);
     }
 
     void Convert(_korve_data_packet& packet)
     {
         // The session resets its speed derivation while the device calibrates.
-        converter_.Convert(packet, ZEPTA_AXIS_BASE, ZEPTA_SPEED_DEFAULT, session_.Calibrating());
+        converter.Convert(packet, ZEPTA_AXIS_BASE, ZEPTA_SPEED_DEFAULT, session.Calibrating());
     }
 
     void ShowProgress()
     {
-        lastStatus_ = std::chrono::steady_clock::now();
-        session_.PumpLog();
-        console_.Status(ProgressText(session_, std::min(Elapsed(), duration_), duration_, skipped_));
+        lastStatus = std::chrono::steady_clock::now();
+        session.PumpLog();
+        console.Status(ProgressText(session, std::min(Elapsed(), duration), duration, skipped));
     }
 
-    Schedule schedule_;
-    double duration_;
-    Console& console_;
-    CliSession& session_;
-    ZEPTASDK::FrameConverter converter_;
-    std::unique_ptr<TraceWriter> trace_;
-    std::chrono::steady_clock::time_point start_;
-    std::chrono::steady_clock::time_point lastStatus_{};
-    long frames_ = 0;
-    long skipped_ = 0;
+    Schedule schedule;
+    double duration;
+    Console& console;
+    CliSession& session;
+    ZEPTASDK::FrameConverter converter;
+    std::unique_ptr<TraceWriter> trace;
+    std::chrono::steady_clock::time_point start;
+    std::chrono::steady_clock::time_point lastStatus{};
+    long frames = 0;
+    long skipped = 0;
 };
 
 int RunPlay(const PlayOptions& options)
@@ -204,14 +204,17 @@ int RunPlay(const PlayOptions& options)
         for (const std::string& name : recording.ignoredColumns) names += (names.empty() ? "" : ", ") + name;
         console.Line("ignoring columns: " + names);
     }
-    CliSession session(console, options.session);
-    session.Connect();
-    Player player(recording, options.rate, std::move(trace), console, session);
-    const bool completed = player.Run();
-    console.EndStatus();
-    session.ParkAndClose();
+    long frames = 0;
+    long skipped = 0;
+    const bool completed = RunParkedSession(console, options.session, [&](CliSession& session) {
+        Player player(recording, options.rate, std::move(trace), console, session);
+        const bool ranToEnd = player.Run();
+        frames = player.Frames();
+        skipped = player.Skipped();
+        return ranToEnd;
+    });
     std::printf("%s: %ld frames sent, %ld samples skipped%s; returned to origin (parked) and closed the session\n",
-                completed ? "replay done" : "interrupted", player.Frames(), player.Skipped(),
+                completed ? "replay done" : "interrupted", frames, skipped,
                 options.trace.empty() ? "" : ("; trace in " + options.trace).c_str());
     return kExitSuccess;
 }

@@ -75,16 +75,16 @@ int RunTest(const TestOptions& options)
     const TestPattern pattern = TestPatternNamed(options.pattern);
     CatchStopSignals();
     Console console;
-    CliSession session(console, options.session);
-    session.Connect();
-    char moving[128];
-    std::snprintf(moving, sizeof moving, "moving: pattern %s for %.1f s (Ctrl-C returns to origin and stops)",
-                  options.pattern.c_str(), options.seconds);
-    console.Line(moving);
-    const bool completed = RunMotion(session, console, pattern, options.seconds);
-    console.EndStatus();
-    const long frames = session.FramesSent();
-    session.ParkAndClose();
+    long frames = 0;
+    const bool completed = RunParkedSession(console, options.session, [&](CliSession& session) {
+        char moving[128];
+        std::snprintf(moving, sizeof moving, "moving: pattern %s for %.1f s (Ctrl-C returns to origin and stops)",
+                      options.pattern.c_str(), options.seconds);
+        console.Line(moving);
+        const bool ranToEnd = RunMotion(session, console, pattern, options.seconds);
+        frames = session.FramesSent();
+        return ranToEnd;
+    });
     std::printf("%s: %ld frames sent; returned to origin (parked) and closed the session\n",
                 completed ? "test done" : "interrupted", frames);
     return kExitSuccess;

@@ -18,13 +18,13 @@ int TraceFirstAxisColumn()
     return static_cast<int>(std::count(before.begin(), before.end(), ',')) + 1;
 }
 
-TraceWriter::TraceWriter(const std::string& path) : path_(path), file_(std::fopen(path.c_str(), "w"))
+TraceWriter::TraceWriter(const std::string& tracePath) : path(tracePath), file(std::fopen(tracePath.c_str(), "w"))
 {
-    if (file_ == nullptr) throw UsageError("cannot write the trace " + path + ": " + std::strerror(errno));
-    std::fprintf(file_, "%s\n", kTraceHeader);
+    if (file == nullptr) throw UsageError("cannot write the trace " + tracePath + ": " + std::strerror(errno));
+    std::fprintf(file, "%s\n", kTraceHeader);
 }
 
-TraceWriter::~TraceWriter() { std::fclose(file_); }
+TraceWriter::~TraceWriter() { std::fclose(file); }
 
 void TraceWriter::Add(std::chrono::steady_clock::time_point at, const _korve_data_packet& requested,
                       const _korve_data_packet& converted)
@@ -32,11 +32,11 @@ void TraceWriter::Add(std::chrono::steady_clock::time_point at, const _korve_dat
     const std::chrono::duration<double> seconds = at.time_since_epoch();
     const _korve_data_packet& r = requested;
     const _korve_data_packet& c = converted;
-    const int written = std::fprintf(file_, "%.6f,%.6f,%.6f,%.6f,%.6f,%.6f,%.6f,%.4f,%.4f,%.4f,%.4f,%.4f,%.4f\n",
+    const int written = std::fprintf(file, "%.6f,%.6f,%.6f,%.6f,%.6f,%.6f,%.6f,%.4f,%.4f,%.4f,%.4f,%.4f,%.4f\n",
                                      seconds.count(), r.roll, r.pitch, r.yaw, r.heave, r.sway, r.surge, c.axis1,
                                      c.axis2, c.axis3, c.axis4, c.axis5, c.axis6);
-    if (written < 0 || std::fflush(file_) != 0) {
-        throw DeviceTrouble("cannot write the trace " + path_ + ": " + std::strerror(errno));
+    if (written < 0 || std::fflush(file) != 0) {
+        throw DeviceTrouble("cannot write the trace " + path + ": " + std::strerror(errno));
     }
 }
 

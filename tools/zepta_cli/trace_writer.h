@@ -27,7 +27,7 @@ class TraceWriter {
 public:
     // Creates (truncates) the file and writes the header; throws UsageError
     // when it cannot be created.
-    explicit TraceWriter(const std::string& path);
+    explicit TraceWriter(const std::string& tracePath);
     ~TraceWriter();
     TraceWriter(const TraceWriter&) = delete;
     TraceWriter& operator=(const TraceWriter&) = delete;
@@ -37,8 +37,8 @@ public:
              const _korve_data_packet& converted);
 
 private:
-    std::string path_;
-    std::FILE* file_;
+    std::string path;
+    std::FILE* file;
 };
 
 }  // namespace zepta_cli

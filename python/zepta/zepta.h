@@ -1,0 +1,1 @@
+../../include/zepta/zepta.h
