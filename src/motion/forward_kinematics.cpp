@@ -23,6 +23,8 @@ constexpr double kSingularPivot = 1e-12;
 constexpr int kLineSearchTries = 8;
 
 constexpr std::size_t kN = StewartPlatform::kPoseComponents;
+// Pose vectors hold x, y, z, then roll, pitch, yaw.
+constexpr std::size_t kRollComponent = 3;
 using Matrix = std::array<std::array<double, kN>, kN>;
 using Vector = std::array<double, kN>;
 
@@ -86,7 +88,12 @@ StewartPlatform::NewtonState StewartPlatform::Evaluate(const PoseVector& pose,
                                                        const Lengths& target,
                                                        CoordinateSystem system) const
 {
-    NewtonState state{pose, LengthsOf(ArrayToPose(pose), system), 0.0};
+    const Pose asPose = ArrayToPose(pose);
+    const RotationTrig trig = TrigOf(asPose);
+    const Orientation orientation = Orient(trig);
+    NewtonState state{pose,
+                      LengthsAt(orientation, TranslationOf(asPose, orientation.rotation, system)),
+                      0.0, trig, orientation};
     double sum = 0.0;
     for (std::size_t i = 0; i < kActuators; ++i) {
         state.differences[i] -= target[i];
@@ -94,6 +101,26 @@ StewartPlatform::NewtonState StewartPlatform::Evaluate(const PoseVector& pose,
     }
     state.residual = std::sqrt(sum);
     return state;
+}
+
+// Lengths at a pose that differs from the state's in one component only: a
+// translation keeps the state's orientation, a rotation recomputes the trig
+// of its own angle alone.
+StewartPlatform::Lengths StewartPlatform::LengthsNear(const NewtonState& state,
+                                                      const PoseVector& nearby,
+                                                      std::size_t changed,
+                                                      CoordinateSystem system) const
+{
+    const Pose pose = ArrayToPose(nearby);
+    if (changed < kRollComponent) {
+        return LengthsAt(state.orientation,
+                         TranslationOf(pose, state.orientation.rotation, system));
+    }
+    RotationTrig trig = state.trig;
+    AngleTrig* angles[] = {&trig.roll, &trig.pitch, &trig.yaw};
+    *angles[changed - kRollComponent] = TrigOf(nearby[changed]);
+    const Orientation orientation = Orient(trig);
+    return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system));
 }
 
 bool StewartPlatform::SolveNewtonStep(const NewtonState& state, CoordinateSystem system,
@@ -105,8 +132,8 @@ bool StewartPlatform::SolveNewtonStep(const NewtonState& state, CoordinateSystem
         PoseVector behind = state.pose;
         ahead[j] += kJacobianStep;
         behind[j] -= kJacobianStep;
-        const Lengths plus = LengthsOf(ArrayToPose(ahead), system);
-        const Lengths minus = LengthsOf(ArrayToPose(behind), system);
+        const Lengths plus = LengthsNear(state, ahead, j, system);
+        const Lengths minus = LengthsNear(state, behind, j, system);
         for (std::size_t i = 0; i < kActuators; ++i) {
             jacobian[i][j] = (plus[i] - minus[i]) / (2.0 * kJacobianStep);
         }

@@ -75,11 +75,15 @@ double StewartPlatform::PullBackFraction(const AxisValues& input, const Pose& gu
     return low;
 }
 
-void StewartPlatform::FillManualResult(const AxisValues& values, const ManualTrial& trial,
-                                       SafeResult* result) const
+bool StewartPlatform::ChecksManualValues() const
 {
-    result->values.assign(values.begin(), values.end());
-    result->lengths.resize(kActuators);
+    return angleCheckEnabled && limitsEnabled;
+}
+
+void StewartPlatform::FillManualResult(const AxisValues& values, const ManualTrial& trial,
+                                       FrameResult* result) const
+{
+    result->values = values;
     result->withinStroke = true;
     for (std::size_t i = 0; i < kActuators; ++i) {
         result->lengths[i] = ToLength(values[i]);
@@ -87,7 +91,7 @@ void StewartPlatform::FillManualResult(const AxisValues& values, const ManualTri
             result->withinStroke = false;
         }
     }
-    result->pose = ZEPTASDK::PoseToVector(trial.pose);
+    result->pose = trial.pose;
     result->maxAngle = trial.maxAngle;
 }
 
@@ -95,12 +99,25 @@ StewartPlatform::SafeResult StewartPlatform::ApplyManualAngleLimit(
     const std::vector<double>& axisValues, const Pose& guess, CoordinateSystem system) const
 {
     if (axisValues.size() != kActuators) throw std::invalid_argument(kAxisValuesCountError);
-    SafeResult result;
-    result.values = axisValues;
-    if (!angleCheckEnabled || !limitsEnabled) return result;
-
+    if (!ChecksManualValues()) {
+        // Unchecked: the values as they are, and nothing measured.
+        SafeResult result;
+        result.values = axisValues;
+        return result;
+    }
     AxisValues input{};
     std::copy(axisValues.begin(), axisValues.end(), input.begin());
+    return ToSafeResult(LimitManualValues(input, guess, system));
+}
+
+StewartPlatform::FrameResult StewartPlatform::LimitManualValues(const ActuatorValues& input,
+                                                                const Pose& guess,
+                                                                CoordinateSystem system) const
+{
+    FrameResult result;
+    result.values = input;
+    if (!ChecksManualValues()) return result;
+
     const ManualTrial rest{true, Pose{}, 0.0};  // the rest position is the zero pose
     if (!std::all_of(input.begin(), input.end(), [](double v) { return std::isfinite(v); })) {
         // Values that cannot be checked are not sent: rest instead.
@@ -125,7 +142,7 @@ StewartPlatform::SafeResult StewartPlatform::ApplyManualAngleLimit(
 // The values result->scale of the way from rest to the input, with the trial
 // that was kept for them.
 void StewartPlatform::FillPulledBack(const AxisValues& input, const ManualTrial& kept,
-                                     SafeResult* result) const
+                                     FrameResult* result) const
 {
     FillManualResult(Interpolate(RestValues(), input, result->scale), kept, result);
     result->limited = true;
