@@ -42,21 +42,26 @@ StewartPlatform::AxisValues StewartPlatform::RestValues() const
     return rest;
 }
 
+// The largest joint angle comes from the pose the solve reached, measured
+// with that pose's own orientation.
 StewartPlatform::ManualTrial StewartPlatform::TryManualValues(const AxisValues& values,
-                                                              const Pose& guess,
+                                                              StartPoint* start,
                                                               CoordinateSystem system) const
 {
     Lengths target{};
     for (std::size_t i = 0; i < kActuators; ++i) target[i] = ToLength(values[i]);
+    PoseMeasure reached;
     const ForwardResult solved =
-        SolveForward(target, guess, system, kManualIterations, kManualTolerance);
-    const double angle = LegStateOf(solved.pose, system).maxAngle;
+        SolveForward(target, start, system, {kManualIterations, kManualTolerance}, &reached);
+    const Orientation& orientation = reached.orientation;
+    const double angle =
+        LegStateAt(orientation, TranslationOf(solved.pose, orientation.rotation, system)).maxAngle;
     return {solved.converged && !BendsTooFar(angle), solved.pose, angle};
 }
 
 // Bisection over the fraction of the way from rest to the input; a trial
 // passes only when its solve converged and every joint stays within the limit.
-double StewartPlatform::PullBackFraction(const AxisValues& input, const Pose& guess,
+double StewartPlatform::PullBackFraction(const AxisValues& input, StartPoint* start,
                                          CoordinateSystem system, ManualTrial* kept) const
 {
     const AxisValues rest = RestValues();
@@ -64,7 +69,7 @@ double StewartPlatform::PullBackFraction(const AxisValues& input, const Pose& gu
     double high = 1.0;
     for (std::int32_t step = 0; step < bisectionSteps; ++step) {
         const double mid = (low + high) / 2.0;
-        const ManualTrial trial = TryManualValues(Interpolate(rest, input, mid), guess, system);
+        const ManualTrial trial = TryManualValues(Interpolate(rest, input, mid), start, system);
         if (trial.accepted) {
             low = mid;
             *kept = trial;
@@ -127,13 +132,14 @@ StewartPlatform::FrameResult StewartPlatform::LimitManualValues(const ActuatorVa
     }
     // The first check only asks whether the pose found bends too far; unlike
     // the trials of the pull-back it does not insist on a converged solve.
-    const ManualTrial requested = TryManualValues(input, guess, system);
+    StartPoint start = StartAt(guess, system);
+    const ManualTrial requested = TryManualValues(input, &start, system);
     if (!BendsTooFar(requested.maxAngle)) {
         FillManualResult(input, requested, &result);
         return result;
     }
     ManualTrial kept = rest;
-    result.scale = PullBackFraction(input, guess, system, &kept);
+    result.scale = PullBackFraction(input, &start, system, &kept);
     result.angleLimited = true;
     FillPulledBack(input, kept, &result);
     return result;

@@ -107,6 +107,8 @@ StewartPlatform::StewartPlatform(double baseDiameter, double platformDiameter, d
 StewartPlatform::AngleTrig StewartPlatform::TrigOf(double degrees)
 {
     const double radians = DegreesToRadians(degrees);
+    // Exactly what cos and sin give for a zero of either sign, without the calls.
+    if (radians == 0.0) return {1.0, radians};
     return {std::cos(radians), std::sin(radians)};
 }
 
@@ -129,8 +131,10 @@ StewartPlatform::Rotation StewartPlatform::RotationOf(const RotationTrig& trig)
 StewartPlatform::Orientation StewartPlatform::Orient(const RotationTrig& trig) const
 {
     Orientation o{RotationOf(trig), {}};
-    for (std::size_t i = 0; i < kActuators; ++i) {
-        o.turnedAnchors[i] = Rotate(o.rotation, platformAnchors[i]);
+    for (std::size_t axis = 0; axis < o.rotation.size(); ++axis) {
+        for (std::size_t i = 0; i < kActuators; ++i) {
+            o.turnedAnchors[axis][i] = Dot(o.rotation[axis], platformAnchors[i]);
+        }
     }
     return o;
 }
@@ -171,7 +175,10 @@ StewartPlatform::Vec3 StewartPlatform::PlatformTranslation(const Pose& pose,
 StewartPlatform::Vec3 StewartPlatform::Leg(const Orientation& orientation,
                                            const Vec3& translation, std::size_t i) const
 {
-    return Subtract(Add(orientation.turnedAnchors[i], translation), baseAnchors[i]);
+    const auto& turned = orientation.turnedAnchors;
+    const Vec3& base = baseAnchors[i];
+    return {turned[0][i] + translation[0] - base[0], turned[1][i] + translation[1] - base[1],
+            turned[2][i] + translation[2] - base[2]};
 }
 
 StewartPlatform::Lengths StewartPlatform::LengthsAt(const Orientation& orientation,
@@ -196,12 +203,12 @@ StewartPlatform::LegState StewartPlatform::LegStateAt(const Orientation& orienta
     Cosines cosines{};
     for (std::size_t i = 0; i < kActuators; ++i) {
         const Vec3 leg = Leg(orientation, translation, i);
-        const double length = Norm(leg);
+        state.lengths[i] = Norm(leg);
+        cosines[i] = Dot(leg, homeDirections[i]) / state.lengths[i];
+    }
+    for (std::size_t i = 0; i < kActuators; ++i) {
         // A leg too short to have a direction counts as unbent.
-        cosines[i] = length < kMinLegLength
-                         ? 1.0
-                         : std::clamp(Dot(leg, homeDirections[i]) / length, -1.0, 1.0);
-        state.lengths[i] = length;
+        cosines[i] = state.lengths[i] < kMinLegLength ? 1.0 : std::clamp(cosines[i], -1.0, 1.0);
     }
     state.maxAngle = LargestAngle(cosines);
     return state;
@@ -298,8 +305,8 @@ void StewartPlatform::FillStrokeLengths(const Lengths& raw, FrameResult* result)
         if (std::fabs(length - raw[i]) > kSoftLimitReportThreshold) result->limited = true;
         if (!(length >= minLength && length <= maxLength)) result->withinStroke = false;
         result->lengths[i] = length;
-        result->values[i] = Normalise(length);
     }
+    for (std::size_t i = 0; i < kActuators; ++i) result->values[i] = Normalise(result->lengths[i]);
 }
 
 StewartPlatform::FrameResult StewartPlatform::SafeLengths(const Pose& pose,

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "motion/linear_elimination.h"
 #include "zepta/export.h"
 
 class ZEPTA_API StewartPlatform {
@@ -126,10 +127,11 @@ private:
         AngleTrig yaw;
     };
     // A rotation and the platform joints turned by it, before any translation:
-    // poses that differ only in translation share one.
+    // poses that differ only in translation share one. The joints are stored
+    // by axis, so that the six legs' arithmetic runs side by side.
     struct Orientation {
         Rotation rotation;
-        std::array<Vec3, kActuators> turnedAnchors;
+        std::array<std::array<double, kActuators>, 3> turnedAnchors;  // [axis][leg]
     };
 
     struct LegState {
@@ -164,20 +166,44 @@ private:
     double Normalise(double length) const;
     double ToLength(double value) const;
 
-    struct NewtonState {
+    // A pose with what the Newton search needs of it: the trig of its angles
+    // (for the Jacobian's rotation steps), its orientation and its lengths.
+    struct PoseMeasure {
         PoseVector pose;
-        Lengths differences;  // lengths of pose minus target lengths
-        double residual;      // Euclidean norm of differences
-        RotationTrig trig;    // of pose, kept for the Jacobian
+        RotationTrig trig;
         Orientation orientation;
+        Lengths lengths;
     };
-    ForwardResult SolveForward(const Lengths& target, const Pose& guess, CoordinateSystem system,
-                               int maxIterations, double tolerance) const;
-    NewtonState Evaluate(const PoseVector& pose, const Lengths& target,
-                         CoordinateSystem system) const;
-    Lengths LengthsNear(const NewtonState& state, const PoseVector& nearby, std::size_t changed,
+    struct NewtonState {
+        PoseMeasure at;
+        Lengths differences;  // lengths of the pose minus target lengths
+        double residual;      // Euclidean norm of differences
+    };
+    // The pose a solve starts from, measured once, and the Jacobian there,
+    // reduced once the first solve needs it: every solve of one manual-limit
+    // call starts from the same guess.
+    struct StartPoint {
+        PoseMeasure measure;
+        bool reduced = false;
+        bool regular = false;  // the Jacobian has one solution
+        ZEPTASDK::LinearElimination elimination;
+    };
+    struct ForwardLimits {
+        int maxIterations;
+        double tolerance;
+    };
+    StartPoint StartAt(const Pose& guess, CoordinateSystem system) const;
+    ForwardResult SolveForward(const Lengths& target, StartPoint* start, CoordinateSystem system,
+                               const ForwardLimits& limits, PoseMeasure* reached) const;
+    bool Iterate(const Lengths& target, StartPoint* start, CoordinateSystem system,
+                 const ForwardLimits& limits, NewtonState* state, ForwardResult* result) const;
+    PoseMeasure Measure(const PoseVector& pose, CoordinateSystem system) const;
+    static NewtonState Compare(const PoseMeasure& measure, const Lengths& target);
+    Lengths LengthsNear(const PoseMeasure& measure, const PoseVector& nearby, std::size_t changed,
                         CoordinateSystem system) const;
-    bool SolveNewtonStep(const NewtonState& state, CoordinateSystem system,
+    ZEPTASDK::LinearElimination::Matrix JacobianAt(const PoseMeasure& measure,
+                                                   CoordinateSystem system) const;
+    bool NewtonDirection(const NewtonState& state, StartPoint* start, CoordinateSystem system,
                          PoseVector* step) const;
     bool LineSearch(const PoseVector& direction, const Lengths& target, CoordinateSystem system,
                     NewtonState* state) const;
@@ -188,9 +214,9 @@ private:
         double maxAngle;
     };
     AxisValues RestValues() const;
-    ManualTrial TryManualValues(const AxisValues& values, const Pose& guess,
+    ManualTrial TryManualValues(const AxisValues& values, StartPoint* start,
                                 CoordinateSystem system) const;
-    double PullBackFraction(const AxisValues& input, const Pose& guess, CoordinateSystem system,
+    double PullBackFraction(const AxisValues& input, StartPoint* start, CoordinateSystem system,
                             ManualTrial* kept) const;
     bool ChecksManualValues() const;
     void FillManualResult(const AxisValues& values, const ManualTrial& trial,
