@@ -41,7 +41,9 @@ void BM_Convert(benchmark::State& state)
         benchmark::DoNotOptimize(p);
     });
 }
-BENCHMARK(BM_Convert)->ArgNames({"kind", "mode"})->ArgsProduct({{ZEPTA_DEVICE_KORVE_2DOF, ZEPTA_DEVICE_KORVE_4DOF, ZEPTA_DEVICE_KORVE_6DOF, ZEPTA_DEVICE_MOSSPOD,
+BENCHMARK(BM_Convert)
+    ->ArgNames({"kind", "mode"})
+    ->ArgsProduct({{ZEPTA_DEVICE_KORVE_2DOF, ZEPTA_DEVICE_KORVE_4DOF, ZEPTA_DEVICE_KORVE_6DOF, ZEPTA_DEVICE_MOSSPOD,
                     ZEPTA_DEVICE_GRANDE_QX, ZEPTA_DEVICE_GRANDE_500QX},
                    {ZEPTA_AXIS_MANUAL, ZEPTA_AXIS_BASE}});
 

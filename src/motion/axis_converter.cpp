@@ -1,6 +1,6 @@
 #include "motion/axis_converter.h"
 
-#include <vector>
+#include <algorithm>
 
 #include "motion/kind_formulas.h"
 #include "motion/packet_access.h"
@@ -43,13 +43,11 @@ void ClampOutputs(_korve_data_packet& p)
     p.accelAxis = ClampFinite(p.accelAxis, kAccelerationMin, kAccelerationMax, kAccelerationMin);
 }
 
-// Narrows the kinematics' values into axis 1, 2, ... (as many as there are).
-void WriteDerivedAxes(_korve_data_packet& p, const std::vector<double>& values)
+// Narrows the kinematics' six values into axes 1 to 6.
+void WriteDerivedAxes(_korve_data_packet& p, const StewartPlatform::ActuatorValues& values)
 {
-    AxisArray axes = ReadAxes(p);
-    for (std::size_t i = 0; i < values.size() && i < axes.size(); ++i) {
-        axes[i] = static_cast<float>(values[i]);
-    }
+    AxisArray axes{};
+    for (std::size_t i = 0; i < axes.size(); ++i) axes[i] = static_cast<float>(values[i]);
     WriteAxes(p, axes);
 }
 
@@ -101,16 +99,17 @@ bool AxisConverter::DeriveOnPlatform(_korve_data_packet& p, const ConversionMode
         PlatformPose(modes.deviceKind, PoseChannels(p, modes.speedMode));
     switch (modes.axisMode) {
     case ZEPTA_AXIS_BASE:
-        WriteDerivedAxes(p, platform.GetActuatorLengthsSafe(pose, StewartPlatform::Base).values);
+        WriteDerivedAxes(p, platform.SafeLengths(pose, StewartPlatform::Base).values);
         return true;
     case ZEPTA_AXIS_PLATFORM:
-        WriteDerivedAxes(p,
-                         platform.GetActuatorLengthsSafe(pose, StewartPlatform::Platform).values);
+        WriteDerivedAxes(p, platform.SafeLengths(pose, StewartPlatform::Platform).values);
         return true;
     case ZEPTA_AXIS_MANUAL: {
         const AxisArray axes = ReadAxes(p);
-        const StewartPlatform::SafeResult limited = platform.ApplyManualAngleLimit(
-            std::vector<double>(axes.begin(), axes.end()), pose, StewartPlatform::Base);
+        StewartPlatform::ActuatorValues written{};
+        std::copy(axes.begin(), axes.end(), written.begin());
+        const StewartPlatform::FrameResult limited =
+            platform.LimitManualValues(written, pose, StewartPlatform::Base);
         WriteDerivedAxes(p, limited.values);
         return limited.limited;
     }

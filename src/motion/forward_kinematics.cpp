@@ -2,7 +2,6 @@
 // by a damped Newton iteration with a numerical Jacobian.
 #include <cmath>
 #include <stdexcept>
-#include <utility>
 
 #include "motion/pose_math.h"
 #include "motion/stewart_platform.h"
@@ -17,51 +16,12 @@ const char* const kTargetLengthsCountError = "targetLengths must have 6 elements
 
 // Central-difference step, used alike for millimetre and degree components.
 constexpr double kJacobianStep = 0.001;
-// A pivot smaller than this makes the Jacobian count as singular.
-constexpr double kSingularPivot = 1e-12;
 // Trial steps of the line search: 1, 1/2, ... 1/128 of the Newton step.
 constexpr int kLineSearchTries = 8;
 
 constexpr std::size_t kN = StewartPlatform::kPoseComponents;
-using Matrix = std::array<std::array<double, kN>, kN>;
-using Vector = std::array<double, kN>;
-
-// Forward elimination with partial pivoting; the first of equal pivots wins.
-// False when a pivot is too small for the system to have one solution.
-bool Eliminate(Matrix& a, Vector& b)
-{
-    for (std::size_t col = 0; col < kN; ++col) {
-        std::size_t pivot = col;
-        for (std::size_t row = col + 1; row < kN; ++row) {
-            if (std::fabs(a[row][col]) > std::fabs(a[pivot][col])) pivot = row;
-        }
-        if (std::fabs(a[pivot][col]) < kSingularPivot) return false;
-        std::swap(a[pivot], a[col]);
-        std::swap(b[pivot], b[col]);
-        for (std::size_t row = col + 1; row < kN; ++row) {
-            const double factor = a[row][col] / a[col][col];
-            for (std::size_t k = col; k < kN; ++k) a[row][k] -= factor * a[col][k];
-            b[row] -= factor * b[col];
-        }
-    }
-    return true;
-}
-
-void BackSubstitute(const Matrix& a, const Vector& b, Vector* x)
-{
-    for (std::size_t row = kN; row-- > 0;) {
-        double sum = b[row];
-        for (std::size_t k = row + 1; k < kN; ++k) sum -= a[row][k] * (*x)[k];
-        (*x)[row] = sum / a[row][row];
-    }
-}
-
-bool SolveLinearSystem(Matrix a, Vector b, Vector* x)
-{
-    if (!Eliminate(a, b)) return false;
-    BackSubstitute(a, b, x);
-    return true;
-}
+// Pose vectors hold x, y, z, then roll, pitch, yaw.
+constexpr std::size_t kRollComponent = 3;
 
 PoseArray Step(const PoseArray& pose, const PoseArray& direction, double size)
 {
@@ -79,14 +39,34 @@ StewartPlatform::ForwardResult StewartPlatform::ForwardKinematics(
     if (targetLengths.size() != kActuators) throw std::invalid_argument(kTargetLengthsCountError);
     Lengths target{};
     for (std::size_t i = 0; i < kActuators; ++i) target[i] = targetLengths[i];
-    return SolveForward(target, initialGuess, system, maxIterations, tolerance);
+    StartPoint start = StartAt(initialGuess, system);
+    PoseMeasure reached;
+    return SolveForward(target, &start, system, {maxIterations, tolerance}, &reached);
 }
 
-StewartPlatform::NewtonState StewartPlatform::Evaluate(const PoseVector& pose,
-                                                       const Lengths& target,
-                                                       CoordinateSystem system) const
+StewartPlatform::StartPoint StewartPlatform::StartAt(const Pose& guess,
+                                                     CoordinateSystem system) const
 {
-    NewtonState state{pose, LengthsOf(ArrayToPose(pose), system), 0.0};
+    StartPoint start;
+    start.measure = Measure(PoseToArray(guess), system);
+    return start;
+}
+
+StewartPlatform::PoseMeasure StewartPlatform::Measure(const PoseVector& pose,
+                                                      CoordinateSystem system) const
+{
+    const Pose asPose = ArrayToPose(pose);
+    PoseMeasure measure{pose, TrigOf(asPose), {}, {}};
+    measure.orientation = Orient(measure.trig);
+    measure.lengths =
+        LengthsAt(measure.orientation, TranslationOf(asPose, measure.orientation.rotation, system));
+    return measure;
+}
+
+StewartPlatform::NewtonState StewartPlatform::Compare(const PoseMeasure& measure,
+                                                      const Lengths& target)
+{
+    NewtonState state{measure, measure.lengths, 0.0};
     double sum = 0.0;
     for (std::size_t i = 0; i < kActuators; ++i) {
         state.differences[i] -= target[i];
@@ -96,22 +76,63 @@ StewartPlatform::NewtonState StewartPlatform::Evaluate(const PoseVector& pose,
     return state;
 }
 
-bool StewartPlatform::SolveNewtonStep(const NewtonState& state, CoordinateSystem system,
-                                      PoseVector* step) const
+// Lengths at a pose that differs from the measured one in one component only:
+// a translation keeps its orientation, a rotation recomputes the trig of its
+// own angle alone.
+StewartPlatform::Lengths StewartPlatform::LengthsNear(const PoseMeasure& measure,
+                                                      const PoseVector& nearby,
+                                                      std::size_t changed,
+                                                      CoordinateSystem system) const
 {
-    Matrix jacobian{};
+    const Pose pose = ArrayToPose(nearby);
+    if (changed < kRollComponent) {
+        return LengthsAt(measure.orientation,
+                         TranslationOf(pose, measure.orientation.rotation, system));
+    }
+    RotationTrig trig = measure.trig;
+    AngleTrig* angles[] = {&trig.roll, &trig.pitch, &trig.yaw};
+    *angles[changed - kRollComponent] = TrigOf(nearby[changed]);
+    const Orientation orientation = Orient(trig);
+    return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system));
+}
+
+// Central differences of the lengths over each pose component.
+ZEPTASDK::LinearElimination::Matrix StewartPlatform::JacobianAt(const PoseMeasure& measure,
+                                                                CoordinateSystem system) const
+{
+    ZEPTASDK::LinearElimination::Matrix jacobian{};
     for (std::size_t j = 0; j < kN; ++j) {
-        PoseVector ahead = state.pose;
-        PoseVector behind = state.pose;
+        PoseVector ahead = measure.pose;
+        PoseVector behind = measure.pose;
         ahead[j] += kJacobianStep;
         behind[j] -= kJacobianStep;
-        const Lengths plus = LengthsOf(ArrayToPose(ahead), system);
-        const Lengths minus = LengthsOf(ArrayToPose(behind), system);
+        const Lengths plus = LengthsNear(measure, ahead, j, system);
+        const Lengths minus = LengthsNear(measure, behind, j, system);
         for (std::size_t i = 0; i < kActuators; ++i) {
             jacobian[i][j] = (plus[i] - minus[i]) / (2.0 * kJacobianStep);
         }
     }
-    return SolveLinearSystem(jacobian, state.differences, step);
+    return jacobian;
+}
+
+// The Newton step at the state; the start's reduced Jacobian serves when the
+// state is still at the start (start is then given, otherwise null).
+bool StewartPlatform::NewtonDirection(const NewtonState& state, StartPoint* start,
+                                      CoordinateSystem system, PoseVector* step) const
+{
+    if (start == nullptr) {
+        ZEPTASDK::LinearElimination elimination;
+        if (!elimination.Reduce(JacobianAt(state.at, system))) return false;
+        elimination.Solve(state.differences, step);
+        return true;
+    }
+    if (!start->reduced) {
+        start->regular = start->elimination.Reduce(JacobianAt(start->measure, system));
+        start->reduced = true;
+    }
+    if (!start->regular) return false;
+    start->elimination.Solve(state.differences, step);
+    return true;
 }
 
 // Halves the step until the residual strictly drops; false when no try does.
@@ -120,7 +141,7 @@ bool StewartPlatform::LineSearch(const PoseVector& direction, const Lengths& tar
 {
     double size = 1.0;
     for (int attempt = 0; attempt < kLineSearchTries; ++attempt, size /= 2.0) {
-        NewtonState trial = Evaluate(Step(state->pose, direction, size), target, system);
+        NewtonState trial = Compare(Measure(Step(state->at.pose, direction, size), system), target);
         if (trial.residual < state->residual) {
             *state = trial;
             return true;
@@ -129,25 +150,36 @@ bool StewartPlatform::LineSearch(const PoseVector& direction, const Lengths& tar
     return false;
 }
 
-StewartPlatform::ForwardResult StewartPlatform::SolveForward(const Lengths& target,
-                                                             const Pose& guess,
-                                                             CoordinateSystem system,
-                                                             int maxIterations,
-                                                             double tolerance) const
+// Damped Newton steps until the residual is below the tolerance (true), or
+// until no step helps or the iterations run out (false).
+bool StewartPlatform::Iterate(const Lengths& target, StartPoint* start, CoordinateSystem system,
+                              const ForwardLimits& limits, NewtonState* state,
+                              ForwardResult* result) const
 {
-    NewtonState state = Evaluate(PoseToArray(guess), target, system);
-    ForwardResult result;
-    result.pose = guess;
-    result.residual = state.residual;
-    if (maxIterations < 1) return result;
-    while (!(tolerance > state.residual)) {
+    while (!(limits.tolerance > state->residual)) {
         PoseVector direction{};
-        if (!SolveNewtonStep(state, system, &direction)) return result;
-        if (!LineSearch(direction, target, system, &state)) return result;
-        result.pose = ArrayToPose(state.pose);
-        result.residual = state.residual;
-        if (++result.iterations == maxIterations) return result;
+        StartPoint* atStart = result->iterations == 0 ? start : nullptr;
+        if (!NewtonDirection(*state, atStart, system, &direction)) return false;
+        if (!LineSearch(direction, target, system, state)) return false;
+        result->pose = ArrayToPose(state->at.pose);
+        result->residual = state->residual;
+        if (++result->iterations == limits.maxIterations) return false;
     }
-    result.converged = true;
+    return true;
+}
+
+StewartPlatform::ForwardResult StewartPlatform::SolveForward(const Lengths& target,
+                                                             StartPoint* start,
+                                                             CoordinateSystem system,
+                                                             const ForwardLimits& limits,
+                                                             PoseMeasure* reached) const
+{
+    NewtonState state = Compare(start->measure, target);
+    ForwardResult result;
+    result.pose = ArrayToPose(state.at.pose);
+    result.residual = state.residual;
+    result.converged =
+        limits.maxIterations >= 1 && Iterate(target, start, system, limits, &state, &result);
+    *reached = state.at;
     return result;
 }

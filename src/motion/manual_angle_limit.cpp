@@ -42,21 +42,26 @@ StewartPlatform::AxisValues StewartPlatform::RestValues() const
     return rest;
 }
 
+// The largest joint angle comes from the pose the solve reached, measured
+// with that pose's own orientation.
 StewartPlatform::ManualTrial StewartPlatform::TryManualValues(const AxisValues& values,
-                                                              const Pose& guess,
+                                                              StartPoint* start,
                                                               CoordinateSystem system) const
 {
     Lengths target{};
     for (std::size_t i = 0; i < kActuators; ++i) target[i] = ToLength(values[i]);
+    PoseMeasure reached;
     const ForwardResult solved =
-        SolveForward(target, guess, system, kManualIterations, kManualTolerance);
-    const double angle = LegStateOf(solved.pose, system).maxAngle;
+        SolveForward(target, start, system, {kManualIterations, kManualTolerance}, &reached);
+    const Orientation& orientation = reached.orientation;
+    const double angle =
+        LegStateAt(orientation, TranslationOf(solved.pose, orientation.rotation, system)).maxAngle;
     return {solved.converged && !BendsTooFar(angle), solved.pose, angle};
 }
 
 // Bisection over the fraction of the way from rest to the input; a trial
 // passes only when its solve converged and every joint stays within the limit.
-double StewartPlatform::PullBackFraction(const AxisValues& input, const Pose& guess,
+double StewartPlatform::PullBackFraction(const AxisValues& input, StartPoint* start,
                                          CoordinateSystem system, ManualTrial* kept) const
 {
     const AxisValues rest = RestValues();
@@ -64,7 +69,7 @@ double StewartPlatform::PullBackFraction(const AxisValues& input, const Pose& gu
     double high = 1.0;
     for (std::int32_t step = 0; step < bisectionSteps; ++step) {
         const double mid = (low + high) / 2.0;
-        const ManualTrial trial = TryManualValues(Interpolate(rest, input, mid), guess, system);
+        const ManualTrial trial = TryManualValues(Interpolate(rest, input, mid), start, system);
         if (trial.accepted) {
             low = mid;
             *kept = trial;
@@ -75,11 +80,15 @@ double StewartPlatform::PullBackFraction(const AxisValues& input, const Pose& gu
     return low;
 }
 
-void StewartPlatform::FillManualResult(const AxisValues& values, const ManualTrial& trial,
-                                       SafeResult* result) const
+bool StewartPlatform::ChecksManualValues() const
 {
-    result->values.assign(values.begin(), values.end());
-    result->lengths.resize(kActuators);
+    return angleCheckEnabled && limitsEnabled;
+}
+
+void StewartPlatform::FillManualResult(const AxisValues& values, const ManualTrial& trial,
+                                       FrameResult* result) const
+{
+    result->values = values;
     result->withinStroke = true;
     for (std::size_t i = 0; i < kActuators; ++i) {
         result->lengths[i] = ToLength(values[i]);
@@ -87,7 +96,7 @@ void StewartPlatform::FillManualResult(const AxisValues& values, const ManualTri
             result->withinStroke = false;
         }
     }
-    result->pose = ZEPTASDK::PoseToVector(trial.pose);
+    result->pose = trial.pose;
     result->maxAngle = trial.maxAngle;
 }
 
@@ -95,12 +104,25 @@ StewartPlatform::SafeResult StewartPlatform::ApplyManualAngleLimit(
     const std::vector<double>& axisValues, const Pose& guess, CoordinateSystem system) const
 {
     if (axisValues.size() != kActuators) throw std::invalid_argument(kAxisValuesCountError);
-    SafeResult result;
-    result.values = axisValues;
-    if (!angleCheckEnabled || !limitsEnabled) return result;
-
+    if (!ChecksManualValues()) {
+        // Unchecked: the values as they are, and nothing measured.
+        SafeResult result;
+        result.values = axisValues;
+        return result;
+    }
     AxisValues input{};
     std::copy(axisValues.begin(), axisValues.end(), input.begin());
+    return ToSafeResult(LimitManualValues(input, guess, system));
+}
+
+StewartPlatform::FrameResult StewartPlatform::LimitManualValues(const ActuatorValues& input,
+                                                                const Pose& guess,
+                                                                CoordinateSystem system) const
+{
+    FrameResult result;
+    result.values = input;
+    if (!ChecksManualValues()) return result;
+
     const ManualTrial rest{true, Pose{}, 0.0};  // the rest position is the zero pose
     if (!std::all_of(input.begin(), input.end(), [](double v) { return std::isfinite(v); })) {
         // Values that cannot be checked are not sent: rest instead.
@@ -110,13 +132,14 @@ StewartPlatform::SafeResult StewartPlatform::ApplyManualAngleLimit(
     }
     // The first check only asks whether the pose found bends too far; unlike
     // the trials of the pull-back it does not insist on a converged solve.
-    const ManualTrial requested = TryManualValues(input, guess, system);
+    StartPoint start = StartAt(guess, system);
+    const ManualTrial requested = TryManualValues(input, &start, system);
     if (!BendsTooFar(requested.maxAngle)) {
         FillManualResult(input, requested, &result);
         return result;
     }
     ManualTrial kept = rest;
-    result.scale = PullBackFraction(input, guess, system, &kept);
+    result.scale = PullBackFraction(input, &start, system, &kept);
     result.angleLimited = true;
     FillPulledBack(input, kept, &result);
     return result;
@@ -125,7 +148,7 @@ StewartPlatform::SafeResult StewartPlatform::ApplyManualAngleLimit(
 // The values result->scale of the way from rest to the input, with the trial
 // that was kept for them.
 void StewartPlatform::FillPulledBack(const AxisValues& input, const ManualTrial& kept,
-                                     SafeResult* result) const
+                                     FrameResult* result) const
 {
     FillManualResult(Interpolate(RestValues(), input, result->scale), kept, result);
     result->limited = true;

@@ -23,8 +23,7 @@ const char* const kTopAnglesCountError = "top_angles must have 6 elements";
 constexpr double kMinLegLength = 1e-9;
 // A soft-limit change larger than this reports the result as limited.
 constexpr double kSoftLimitReportThreshold = 1e-6;
-// Row and column of the translation in a homogeneous transform.
-constexpr std::size_t kTranslationColumn = 3;
+// The row of a homogeneous transform below the rotation and the translation.
 constexpr std::size_t kHomogeneousRow = 3;
 
 using Vec3 = StewartPlatform::Vec3;
@@ -40,42 +39,40 @@ std::array<Vec3, StewartPlatform::kActuators> AnchorsOnCircle(const std::vector<
     return anchors;
 }
 
-Vec3 Apply(const StewartPlatform::Transform& t, const Vec3& p)
+using Rotation = std::array<Vec3, 3>;
+
+Vec3 Rotate(const Rotation& r, const Vec3& v)
 {
-    Vec3 out{};
-    for (std::size_t row = 0; row < out.size(); ++row) {
-        out[row] = t[row][0] * p[0] + t[row][1] * p[1] + t[row][2] * p[2] +
-                   t[row][kTranslationColumn];
+    return {Dot(r[0], v), Dot(r[1], v), Dot(r[2], v)};
+}
+
+using Cosines = std::array<double, StewartPlatform::kActuators>;
+
+// Cosines closer than this to the smallest one get their angle measured: acos
+// is not correctly rounded, so between nearly equal arguments its results may
+// come out in either order.
+constexpr double kCosineTie = 1e-9;
+
+double AngleOf(double cosine)
+{
+    return RadiansToDegrees(std::acos(cosine));
+}
+
+// The largest of the legs' angles, in degrees. acos falls as its argument
+// rises, so only the smallest cosines can give it; the others are skipped. A
+// NaN cosine (from a non-finite leg) gives a NaN angle, which makes the pose
+// unacceptable.
+double LargestAngle(const Cosines& cosines)
+{
+    for (double c : cosines) {
+        if (std::isnan(c)) return AngleOf(c);
     }
-    return out;
-}
-
-Vec3 Rotate(const StewartPlatform::Transform& t, const Vec3& v)
-{
-    return {t[0][0] * v[0] + t[0][1] * v[1] + t[0][2] * v[2],
-            t[1][0] * v[0] + t[1][1] * v[1] + t[1][2] * v[2],
-            t[2][0] * v[0] + t[2][1] * v[1] + t[2][2] * v[2]};
-}
-
-void SetRotation(const StewartPlatform::Pose& pose, StewartPlatform::Transform* t)
-{
-    const double r = DegreesToRadians(pose.roll);
-    const double p = DegreesToRadians(pose.pitch);
-    const double y = DegreesToRadians(pose.yaw);
-    const double cr = std::cos(r), sr = std::sin(r);
-    const double cp = std::cos(p), sp = std::sin(p);
-    const double cy = std::cos(y), sy = std::sin(y);
-    (*t)[0] = {cp * cy, sr * sp * cy - cr * sy, cr * sp * cy + sr * sy, 0.0};
-    (*t)[1] = {cp * sy, sr * sp * sy + cr * cy, cr * sp * sy - sr * cy, 0.0};
-    (*t)[2] = {-sp, sr * cp, cr * cp, 0.0};
-    (*t)[kHomogeneousRow] = {0.0, 0.0, 0.0, 1.0};
-}
-
-void SetTranslation(const Vec3& translation, StewartPlatform::Transform* t)
-{
-    for (std::size_t row = 0; row < translation.size(); ++row) {
-        (*t)[row][kTranslationColumn] = translation[row];
+    const double smallest = *std::min_element(cosines.begin(), cosines.end());
+    double largest = 0.0;
+    for (double c : cosines) {
+        if (c <= smallest + kCosineTie) largest = std::max(largest, AngleOf(c));
     }
+    return largest;
 }
 
 bool IsZero(const Vec3& v)
@@ -107,23 +104,66 @@ StewartPlatform::StewartPlatform(double baseDiameter, double platformDiameter, d
     }
 }
 
+StewartPlatform::AngleTrig StewartPlatform::TrigOf(double degrees)
+{
+    const double radians = DegreesToRadians(degrees);
+    // Exactly what cos and sin give for a zero of either sign, without the calls.
+    if (radians == 0.0) return {1.0, radians};
+    return {std::cos(radians), std::sin(radians)};
+}
+
+StewartPlatform::RotationTrig StewartPlatform::TrigOf(const Pose& pose)
+{
+    return {TrigOf(pose.roll), TrigOf(pose.pitch), TrigOf(pose.yaw)};
+}
+
+// Rz(yaw) Ry(pitch) Rx(roll), multiplied out.
+StewartPlatform::Rotation StewartPlatform::RotationOf(const RotationTrig& trig)
+{
+    const double cr = trig.roll.cosine, sr = trig.roll.sine;
+    const double cp = trig.pitch.cosine, sp = trig.pitch.sine;
+    const double cy = trig.yaw.cosine, sy = trig.yaw.sine;
+    return {Vec3{cp * cy, sr * sp * cy - cr * sy, cr * sp * cy + sr * sy},
+            Vec3{cp * sy, sr * sp * sy + cr * cy, cr * sp * sy - sr * cy},
+            Vec3{-sp, sr * cp, cr * cp}};
+}
+
+StewartPlatform::Orientation StewartPlatform::Orient(const RotationTrig& trig) const
+{
+    Orientation o{RotationOf(trig), {}};
+    for (std::size_t axis = 0; axis < o.rotation.size(); ++axis) {
+        for (std::size_t i = 0; i < kActuators; ++i) {
+            o.turnedAnchors[axis][i] = Dot(o.rotation[axis], platformAnchors[i]);
+        }
+    }
+    return o;
+}
+
 StewartPlatform::Transform StewartPlatform::buildTransform(const Pose& pose,
                                                           CoordinateSystem system) const
 {
+    const Rotation rotation = RotationOf(TrigOf(pose));
+    const Vec3 translation = TranslationOf(pose, rotation, system);
     Transform t{};
-    SetRotation(pose, &t);
-    const Vec3 translation = system == Platform
-                                 ? PlatformTranslation(pose, t)
-                                 : Vec3{pose.x, pose.y, pose.z + homeHeight};
-    SetTranslation(translation, &t);
+    for (std::size_t row = 0; row < rotation.size(); ++row) {
+        t[row] = {rotation[row][0], rotation[row][1], rotation[row][2], translation[row]};
+    }
+    t[kHomogeneousRow] = {0.0, 0.0, 0.0, 1.0};
     return t;
+}
+
+StewartPlatform::Vec3 StewartPlatform::TranslationOf(const Pose& pose, const Rotation& rotation,
+                                                     CoordinateSystem system) const
+{
+    if (system == Platform) return PlatformTranslation(pose, rotation);
+    return {pose.x, pose.y, pose.z + homeHeight};
 }
 
 // The pose's translation turned with the platform, raised to the home height
 // and, for a pivot away from the origin, moved so that the platform turns
 // about the pivot.
 StewartPlatform::Vec3 StewartPlatform::PlatformTranslation(const Pose& pose,
-                                                           const Transform& rotation) const
+                                                           const Rotation& rotation) const
 {
     Vec3 translation = Rotate(rotation, {pose.x, pose.y, pose.z});
     translation[2] += homeHeight;
@@ -131,38 +171,46 @@ StewartPlatform::Vec3 StewartPlatform::PlatformTranslation(const Pose& pose,
     return Add(translation, Subtract(Rotate(rotation, pivotOffset), pivotOffset));
 }
 
-// From the base joint of leg i to its platform joint under t.
-StewartPlatform::Vec3 StewartPlatform::Leg(const Transform& t, std::size_t i) const
+// From the base joint of leg i to its platform joint.
+StewartPlatform::Vec3 StewartPlatform::Leg(const Orientation& orientation,
+                                           const Vec3& translation, std::size_t i) const
 {
-    return Subtract(Apply(t, platformAnchors[i]), baseAnchors[i]);
+    const auto& turned = orientation.turnedAnchors;
+    const Vec3& base = baseAnchors[i];
+    return {turned[0][i] + translation[0] - base[0], turned[1][i] + translation[1] - base[1],
+            turned[2][i] + translation[2] - base[2]};
 }
 
-StewartPlatform::Lengths StewartPlatform::LengthsOf(const Pose& pose,
-                                                    CoordinateSystem system) const
+StewartPlatform::Lengths StewartPlatform::LengthsAt(const Orientation& orientation,
+                                                    const Vec3& translation) const
 {
-    const Transform t = buildTransform(pose, system);
     Lengths lengths{};
-    for (std::size_t i = 0; i < kActuators; ++i) lengths[i] = Norm(Leg(t, i));
+    for (std::size_t i = 0; i < kActuators; ++i) lengths[i] = Norm(Leg(orientation, translation, i));
     return lengths;
 }
 
 StewartPlatform::LegState StewartPlatform::LegStateOf(const Pose& pose,
                                                       CoordinateSystem system) const
 {
-    const Transform t = buildTransform(pose, system);
+    const Orientation orientation = Orient(TrigOf(pose));
+    return LegStateAt(orientation, TranslationOf(pose, orientation.rotation, system));
+}
+
+StewartPlatform::LegState StewartPlatform::LegStateAt(const Orientation& orientation,
+                                                      const Vec3& translation) const
+{
     LegState state{{}, 0.0};
+    Cosines cosines{};
     for (std::size_t i = 0; i < kActuators; ++i) {
-        const Vec3 leg = Leg(t, i);
-        const double length = Norm(leg);
-        double angle = 0.0;
-        if (!(length < kMinLegLength)) {
-            const double cosine = Dot(leg, homeDirections[i]) / length;
-            angle = RadiansToDegrees(std::acos(std::clamp(cosine, -1.0, 1.0)));
-        }
-        state.lengths[i] = length;
-        // A NaN angle (from a non-finite leg) sticks and makes the pose unacceptable.
-        if (std::isnan(angle) || angle > state.maxAngle) state.maxAngle = angle;
+        const Vec3 leg = Leg(orientation, translation, i);
+        state.lengths[i] = Norm(leg);
+        cosines[i] = Dot(leg, homeDirections[i]) / state.lengths[i];
     }
+    for (std::size_t i = 0; i < kActuators; ++i) {
+        // A leg too short to have a direction counts as unbent.
+        cosines[i] = state.lengths[i] < kMinLegLength ? 1.0 : std::clamp(cosines[i], -1.0, 1.0);
+    }
+    state.maxAngle = LargestAngle(cosines);
     return state;
 }
 
@@ -231,7 +279,7 @@ double StewartPlatform::ToLength(double value) const
 // The pose actually used: the request, or the largest acceptable fraction of
 // it when the checks are on and it is not acceptable.
 StewartPlatform::ChosenPose StewartPlatform::ChoosePose(const Pose& pose, CoordinateSystem system,
-                                                        SafeResult* result) const
+                                                        FrameResult* result) const
 {
     if (!ZEPTASDK::IsFinitePose(pose)) {
         // Nothing sensible can be scaled from a non-finite request: rest instead.
@@ -249,26 +297,44 @@ StewartPlatform::ChosenPose StewartPlatform::ChoosePose(const Pose& pose, Coordi
     return {scaled, LegStateOf(scaled, system)};
 }
 
-void StewartPlatform::FillStrokeLengths(const Lengths& raw, SafeResult* result) const
+void StewartPlatform::FillStrokeLengths(const Lengths& raw, FrameResult* result) const
 {
-    result->lengths.resize(kActuators);
-    result->values.resize(kActuators);
     result->withinStroke = true;
     for (std::size_t i = 0; i < kActuators; ++i) {
         const double length = softLimitEnabled ? ApplySoftLimit(raw[i]) : raw[i];
         if (std::fabs(length - raw[i]) > kSoftLimitReportThreshold) result->limited = true;
         if (!(length >= minLength && length <= maxLength)) result->withinStroke = false;
         result->lengths[i] = length;
-        result->values[i] = Normalise(length);
     }
+    for (std::size_t i = 0; i < kActuators; ++i) result->values[i] = Normalise(result->lengths[i]);
+}
+
+StewartPlatform::FrameResult StewartPlatform::SafeLengths(const Pose& pose,
+                                                          CoordinateSystem system) const
+{
+    FrameResult result;
+    const ChosenPose chosen = ChoosePose(pose, system, &result);
+    result.pose = chosen.pose;
+    FillStrokeLengths(chosen.legs.lengths, &result);
+    return result;
 }
 
 StewartPlatform::SafeResult StewartPlatform::GetActuatorLengthsSafe(const Pose& pose,
                                                                   CoordinateSystem system) const
 {
+    return ToSafeResult(SafeLengths(pose, system));
+}
+
+StewartPlatform::SafeResult StewartPlatform::ToSafeResult(const FrameResult& frame)
+{
     SafeResult result;
-    const ChosenPose chosen = ChoosePose(pose, system, &result);
-    result.pose = ZEPTASDK::PoseToVector(chosen.pose);
-    FillStrokeLengths(chosen.legs.lengths, &result);
+    result.values.assign(frame.values.begin(), frame.values.end());
+    result.lengths.assign(frame.lengths.begin(), frame.lengths.end());
+    result.pose = ZEPTASDK::PoseToVector(frame.pose);
+    result.scale = frame.scale;
+    result.maxAngle = frame.maxAngle;
+    result.limited = frame.limited;
+    result.angleLimited = frame.angleLimited;
+    result.withinStroke = frame.withinStroke;
     return result;
 }

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "motion/linear_elimination.h"
 #include "zepta/export.h"
 
 class ZEPTA_API StewartPlatform {
@@ -33,6 +34,22 @@ public:
         Platform = 1,  // translation in the rotated platform frame, about pivotOffset
     };
 
+    using ActuatorValues = std::array<double, kActuators>;
+
+    // What a frame needs from the safe lengths and the manual angle limit,
+    // held without touching the heap.
+    struct FrameResult {
+        ActuatorValues values{};   // normalised actuator values, 0..1
+        ActuatorValues lengths{};  // mm
+        Pose pose;                 // the pose actually used
+        double scale = 1.0;
+        double maxAngle = 0.0;
+        bool limited = false;
+        bool angleLimited = false;
+        bool withinStroke = false;
+    };
+
+    // The same fields as FrameResult, as the public interface returns them.
     struct SafeResult {
         std::vector<double> values;   // normalised actuator values, 0..1
         std::vector<double> lengths;  // mm, after the soft limit
@@ -60,7 +77,9 @@ public:
 
     // Six normalised values that keep every actuator within its stroke and every
     // joint within its angle: an unreachable pose is scaled towards the zero pose.
+    // SafeLengths gives the same without allocating, for the per-frame path.
     SafeResult GetActuatorLengthsSafe(const Pose& pose, CoordinateSystem system) const;
+    FrameResult SafeLengths(const Pose& pose, CoordinateSystem system) const;
 
     // Damped Newton search for the pose that produces the six target lengths.
     ForwardResult ForwardKinematics(const std::vector<double>& targetLengths,
@@ -71,6 +90,9 @@ public:
     // too far, pulls them back towards the rest position just far enough.
     SafeResult ApplyManualAngleLimit(const std::vector<double>& axisValues, const Pose& guess,
                                      CoordinateSystem system) const;
+    // The same check; with the check switched off only the values are filled in.
+    FrameResult LimitManualValues(const ActuatorValues& input, const Pose& guess,
+                                  CoordinateSystem system) const;
 
     double minLength;
     double maxLength;
@@ -91,8 +113,26 @@ public:
 
 private:
     using Lengths = std::array<double, kActuators>;
-    using AxisValues = std::array<double, kActuators>;  // normalised, 0..1 within the stroke
+    using AxisValues = ActuatorValues;  // normalised, 0..1 within the stroke
     using PoseVector = std::array<double, kPoseComponents>;
+    using Rotation = std::array<Vec3, 3>;  // rows of the rotation matrix
+
+    struct AngleTrig {
+        double cosine;
+        double sine;
+    };
+    struct RotationTrig {
+        AngleTrig roll;
+        AngleTrig pitch;
+        AngleTrig yaw;
+    };
+    // A rotation and the platform joints turned by it, before any translation:
+    // poses that differ only in translation share one. The joints are stored
+    // by axis, so that the six legs' arithmetic runs side by side.
+    struct Orientation {
+        Rotation rotation;
+        std::array<std::array<double, kActuators>, 3> turnedAnchors;  // [axis][leg]
+    };
 
     struct LegState {
         Lengths lengths;
@@ -104,31 +144,66 @@ private:
         LegState legs;
     };
 
-    Vec3 PlatformTranslation(const Pose& pose, const Transform& rotation) const;
-    Vec3 Leg(const Transform& t, std::size_t i) const;
-    Lengths LengthsOf(const Pose& pose, CoordinateSystem system) const;
+    static AngleTrig TrigOf(double degrees);
+    static RotationTrig TrigOf(const Pose& pose);
+    static Rotation RotationOf(const RotationTrig& trig);
+    Orientation Orient(const RotationTrig& trig) const;
+    Vec3 TranslationOf(const Pose& pose, const Rotation& rotation, CoordinateSystem system) const;
+    Vec3 PlatformTranslation(const Pose& pose, const Rotation& rotation) const;
+    Vec3 Leg(const Orientation& orientation, const Vec3& translation, std::size_t i) const;
+    Lengths LengthsAt(const Orientation& orientation, const Vec3& translation) const;
+    LegState LegStateAt(const Orientation& orientation, const Vec3& translation) const;
     LegState LegStateOf(const Pose& pose, CoordinateSystem system) const;
     double AngleLimit() const;
     bool BendsTooFar(double angle) const;
     bool InStroke(const Lengths& lengths) const;
     bool IsAcceptable(const LegState& legs) const;
     double LargestAcceptableFraction(const Pose& pose, CoordinateSystem system) const;
-    ChosenPose ChoosePose(const Pose& pose, CoordinateSystem system, SafeResult* result) const;
+    ChosenPose ChoosePose(const Pose& pose, CoordinateSystem system, FrameResult* result) const;
     double ApplySoftLimit(double length) const;
-    void FillStrokeLengths(const Lengths& raw, SafeResult* result) const;
+    void FillStrokeLengths(const Lengths& raw, FrameResult* result) const;
+    static SafeResult ToSafeResult(const FrameResult& frame);
     double Normalise(double length) const;
     double ToLength(double value) const;
 
-    struct NewtonState {
+    // A pose with what the Newton search needs of it: the trig of its angles
+    // (for the Jacobian's rotation steps), its orientation and its lengths.
+    struct PoseMeasure {
         PoseVector pose;
-        Lengths differences;  // lengths of pose minus target lengths
+        RotationTrig trig;
+        Orientation orientation;
+        Lengths lengths;
+    };
+    struct NewtonState {
+        PoseMeasure at;
+        Lengths differences;  // lengths of the pose minus target lengths
         double residual;      // Euclidean norm of differences
     };
-    ForwardResult SolveForward(const Lengths& target, const Pose& guess, CoordinateSystem system,
-                               int maxIterations, double tolerance) const;
-    NewtonState Evaluate(const PoseVector& pose, const Lengths& target,
-                         CoordinateSystem system) const;
-    bool SolveNewtonStep(const NewtonState& state, CoordinateSystem system,
+    // The pose a solve starts from, measured once, and the Jacobian there,
+    // reduced once the first solve needs it: every solve of one manual-limit
+    // call starts from the same guess.
+    struct StartPoint {
+        PoseMeasure measure;
+        bool reduced = false;
+        bool regular = false;  // the Jacobian has one solution
+        ZEPTASDK::LinearElimination elimination;
+    };
+    struct ForwardLimits {
+        int maxIterations;
+        double tolerance;
+    };
+    StartPoint StartAt(const Pose& guess, CoordinateSystem system) const;
+    ForwardResult SolveForward(const Lengths& target, StartPoint* start, CoordinateSystem system,
+                               const ForwardLimits& limits, PoseMeasure* reached) const;
+    bool Iterate(const Lengths& target, StartPoint* start, CoordinateSystem system,
+                 const ForwardLimits& limits, NewtonState* state, ForwardResult* result) const;
+    PoseMeasure Measure(const PoseVector& pose, CoordinateSystem system) const;
+    static NewtonState Compare(const PoseMeasure& measure, const Lengths& target);
+    Lengths LengthsNear(const PoseMeasure& measure, const PoseVector& nearby, std::size_t changed,
+                        CoordinateSystem system) const;
+    ZEPTASDK::LinearElimination::Matrix JacobianAt(const PoseMeasure& measure,
+                                                   CoordinateSystem system) const;
+    bool NewtonDirection(const NewtonState& state, StartPoint* start, CoordinateSystem system,
                          PoseVector* step) const;
     bool LineSearch(const PoseVector& direction, const Lengths& target, CoordinateSystem system,
                     NewtonState* state) const;
@@ -139,14 +214,15 @@ private:
         double maxAngle;
     };
     AxisValues RestValues() const;
-    ManualTrial TryManualValues(const AxisValues& values, const Pose& guess,
+    ManualTrial TryManualValues(const AxisValues& values, StartPoint* start,
                                 CoordinateSystem system) const;
-    double PullBackFraction(const AxisValues& input, const Pose& guess, CoordinateSystem system,
+    double PullBackFraction(const AxisValues& input, StartPoint* start, CoordinateSystem system,
                             ManualTrial* kept) const;
+    bool ChecksManualValues() const;
     void FillManualResult(const AxisValues& values, const ManualTrial& trial,
-                          SafeResult* result) const;
+                          FrameResult* result) const;
     void FillPulledBack(const AxisValues& input, const ManualTrial& kept,
-                        SafeResult* result) const;
+                        FrameResult* result) const;
 };
 
 #endif

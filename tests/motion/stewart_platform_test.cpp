@@ -245,6 +245,9 @@ TEST(StewartPlatformManualLimit, BentValuesArePulledBackTowardsRest)
         EXPECT_EQ(r.values, OnLine(p, input, scale));
         for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(r.lengths[i], p.minLength + r.values[i] * (p.maxLength - p.minLength), 1e-9);
     }
+    // A guess nothing can be solved from measures no angle: the values go to rest.
+    const auto badGuess = large.ApplyManualAngleLimit(fine, {0, kNaN, 0, 0, 0, 0}, kBase);
+    EXPECT_TRUE(badGuess.angleLimited && badGuess.scale == 0.0 && badGuess.values == OnLine(large, fine, 0.0));
     const std::vector<double> nonFinite{0.5, 0.5, 0.5, kNaN, 0.5, 0.5};
     const auto fromNaN = strict.ApplyManualAngleLimit(nonFinite, Pose{}, kBase);
     strict.bisectionSteps = 0;
