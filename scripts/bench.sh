@@ -16,7 +16,11 @@ cd "$(dirname "$0")/.."
 build="${ZEPTA_BUILD_DIR:-build-release}"
 
 bash scripts/install-deps.sh
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release >/dev/null
+launcher=()
+if command -v ccache >/dev/null; then
+  launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
+cmake -S . -B "$build" "${launcher[@]}" -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$build" -j"$(nproc)" --target zepta_bench_motion zepta_bench_ride zepta_bench_frame
 mkdir -p out
 scripts/sandbox.sh "$build/bench/zepta_bench_motion" \
