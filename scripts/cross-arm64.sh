@@ -31,4 +31,4 @@ fi
 # the protocol's own short time-outs (discovery listens for 3 x 333 ms) can
 # miss one when the machine is busy: a failed test gets one more run.
 scripts/sandbox.sh ctest --test-dir "$build" --output-on-failure -j"$(nproc)" --repeat until-pass:2 \
-  -E '^(cli_end_to_end|python_binding_end_to_end|package_consumer)$'
+  -E '^(cli_end_to_end|python_binding_end_to_end|ride_command_end_to_end|package_consumer)$'
