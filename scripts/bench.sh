@@ -16,6 +16,8 @@ cd "$(dirname "$0")/.."
 build="${ZEPTA_BUILD_DIR:-build-release}"
 
 bash scripts/install-deps.sh
+# Hits survive a checkout in another folder.
+export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
 launcher=()
 if command -v ccache >/dev/null; then
   launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
