@@ -1,6 +1,9 @@
 // The C interface's handle rules, against sessions that find no device.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include <stdexcept>
 
 #include "session_test_support.h"
@@ -73,7 +76,9 @@ TEST_F(FlatInterface, SessionWithoutDeviceForwardsAndEndsByItself)
     EXPECT_FALSE(zeptaIsRunning(h));
     EXPECT_EQ(zeptaGetState(h), ZEPTA_STATE_INITIAL);
     EXPECT_EQ(zeptaGetDevice(h), ZEPTA_DEVICE_NONE);
-    EXPECT_EQ(SplitLines(DrainLog()).back(), "SEAT-7: ZEPTA thread terminated.");
+    const std::vector<std::string> log = SplitLines(DrainLog());
+    EXPECT_EQ(log.front(), "SEAT-7: ZEPTA thread started.");
+    EXPECT_EQ(log.back(), "SEAT-7: ZEPTA thread terminated.");
     EXPECT_EQ(zeptaClose(h), h);
 }
 
