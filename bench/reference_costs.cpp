@@ -161,8 +161,8 @@ Figure TimedWakeLateness()
                            "the emulated wire's reply timer");
 }
 
-// SerialPort::ReadLine of a status line that is already waiting: one system
-// call per byte, as the line discipline has it.
+// SerialPort::ReadLine of a status line that is already waiting: one block
+// read, the line then cut from the kept bytes.
 Figure ReadWaitingStatusLine(ZEPTASDK::IO::SerialPort& port, int master)
 {
     std::vector<double> ns;
@@ -176,7 +176,7 @@ Figure ReadWaitingStatusLine(ZEPTASDK::IO::SerialPort& port, int master)
         ns.push_back(Nanoseconds(Clock::now() - before));
     }
     return ReferenceFigure("serial.read_status_line", "SerialPort::ReadLine of a waiting 27-byte status line", ns,
-                           "27 one-byte reads");
+                           "one block read");
 }
 
 Figure ArmReadTimeout(ZEPTASDK::IO::SerialPort& port)

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <mutex>
 
 #include "io/text_conversion.h"
@@ -54,20 +55,9 @@ void TrimLineEnd(std::string& line)
     }
 }
 
-// The deadline starts with the line's first byte; without a read time-out
-// reads never wait, so there is nothing to bound.
-bool PastLineDeadline(std::chrono::milliseconds lineTimeout, std::size_t length,
-                      std::chrono::steady_clock::time_point& deadline)
-{
-    if (lineTimeout.count() == 0) return false;
-    const auto now = std::chrono::steady_clock::now();
-    if (length == 1) deadline = now + lineTimeout;
-    return now > deadline;
-}
-
 }  // namespace
 
-SerialPort::SerialPort(std::wstring name, bool logError) : enabled(false), fd(-1), lineTimeout(0)
+SerialPort::SerialPort(std::wstring name, bool logError) : enabled(false), fd(-1), lineTimeout(0), block{}, keptBegin(0), keptEnd(0)
 {
     if (!Register(name)) return;
     const std::string path = WideToUtf8(name);
@@ -116,25 +106,60 @@ bool SerialPort::IsEnable() const { return enabled; }
 
 ssize_t SerialPort::Write(std::string data) { return write(fd, data.data(), data.size()); }
 
-// Reads one byte per call so that we never consume the next reply line. A
-// device that trickles bytes without ever ending its line would otherwise
-// hold the reader for as long as it likes: each byte arrives within the read
-// time-out, so only a deadline for the whole line ends the wait.
+// Reads in blocks and keeps what follows a line for the next call, so that a
+// waiting reply costs one system call. A device that trickles bytes without
+// ever ending its line would otherwise hold the reader for as long as it
+// likes: each byte arrives within the read time-out, so only a deadline for
+// the whole line, counted from its first byte, ends the wait.
 bool SerialPort::ReadLine(std::string& line)
 {
     line.clear();
-    std::chrono::steady_clock::time_point deadline;
+    Clock::time_point deadline;
     for (;;) {
-        char byte = 0;
-        const ssize_t count = read(fd, &byte, 1);
-        line.push_back(byte);
-        if (byte == kLineFeed) break;
-        if (count < 1 || PastLineDeadline(lineTimeout, line.size(), deadline)) {
+        if (keptBegin == keptEnd && (!ReadBlock() || (!line.empty() && ContinuationIsLate(deadline)))) {
             line.clear();
             return false;
         }
-        if (line.size() >= kMaxLineLength) return true;
+        if (line.empty()) deadline = LineDeadline();
+        if (TakeKeptBytes(line)) return true;
     }
+}
+
+bool SerialPort::ReadBlock()
+{
+    const ssize_t count = read(fd, block.data(), block.size());
+    if (count < 1) return false;
+    keptBegin = 0;
+    keptEnd = static_cast<std::size_t>(count);
+    return true;
+}
+
+// Without a read time-out reads never wait, so there is nothing to bound.
+SerialPort::Clock::time_point SerialPort::LineDeadline() const
+{
+    return lineTimeout.count() == 0 ? Clock::time_point() : Clock::now() + lineTimeout;
+}
+
+// A line feed completes the line however late it comes; any other late byte
+// is dropped with the line, and the next line starts after it.
+bool SerialPort::ContinuationIsLate(Clock::time_point deadline)
+{
+    if (lineTimeout.count() == 0 || block[keptBegin] == kLineFeed || Clock::now() <= deadline) return false;
+    ++keptBegin;
+    return true;
+}
+
+// A line cut at the cap keeps its carriage return; only a completed line
+// loses its line end.
+bool SerialPort::TakeKeptBytes(std::string& line)
+{
+    const char* begin = block.data() + keptBegin;
+    const std::size_t room = std::min(keptEnd - keptBegin, kMaxLineLength - line.size());
+    const auto* lineFeed = static_cast<const char*>(std::memchr(begin, kLineFeed, room));
+    const std::size_t taken = lineFeed != nullptr ? static_cast<std::size_t>(lineFeed - begin) + 1 : room;
+    line.append(begin, taken);
+    keptBegin += taken;
+    if (lineFeed == nullptr) return line.size() >= kMaxLineLength;
     TrimLineEnd(line);
     return true;
 }
@@ -142,6 +167,8 @@ bool SerialPort::ReadLine(std::string& line)
 void SerialPort::ClearBuffer(const std::string& commandEnd)
 {
     tcflush(fd, TCIOFLUSH);
+    keptBegin = 0;
+    keptEnd = 0;
     Write(commandEnd);
 }
 

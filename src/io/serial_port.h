@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <string>
@@ -35,11 +36,13 @@ public:
     // Stores the next line without its line end into line and returns true.
     // Returns false with line empty when no complete line came: after a
     // silence of the read time-out, or when the line is not complete one read
-    // time-out after its first byte. line's storage is reused, so a caller
-    // that keeps it reads without touching the heap.
+    // time-out after its first byte. Bytes that arrived after the line stay
+    // for the next call. line's storage is reused, so a caller that keeps it
+    // reads without touching the heap.
     bool ReadLine(std::string& line);
-    // Drops pending input and output, then writes commandEnd, which makes the
-    // device discard any half-sent command.
+    // Drops pending input and output, the bytes kept for the next line
+    // included, then writes commandEnd, which makes the device discard any
+    // half-sent command.
     void ClearBuffer(const std::string& commandEnd);
     // Re-applies every line setting (115200 baud, 8N1, raw) with a read time-out of milliseconds / 100
     // tenths of a second (one byte wide: 30000 ms becomes 4.4 s). Returns the
@@ -47,8 +50,23 @@ public:
     int SetTimeout(int milliseconds);
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    // One read takes up to this many bytes; a status reply fits many times.
+    static constexpr std::size_t kReadBlockSize = 512;
+
     bool Register(const std::wstring& name);
     void Unregister();
+    // Refills the kept bytes with one read; false on silence or error.
+    bool ReadBlock();
+    // The end of the time a line that starts now has to complete.
+    Clock::time_point LineDeadline() const;
+    // Whether the line in progress has run out of time when its next byte is
+    // not the line feed that completes it; that byte is then consumed.
+    bool ContinuationIsLate(Clock::time_point deadline);
+    // Moves kept bytes into line up to its line feed or the length cap;
+    // true when the line is finished.
+    bool TakeKeptBytes(std::string& line);
 
     bool enabled;
     int fd;
@@ -56,6 +74,11 @@ private:
     // The read time-out as the line discipline applies it (zero: reads do not
     // wait); a line must be complete within it from its first byte.
     std::chrono::milliseconds lineTimeout;
+    // Bytes read from the device and not handed out yet: block[keptBegin,
+    // keptEnd).
+    std::array<char, kReadBlockSize> block;
+    std::size_t keptBegin;
+    std::size_t keptEnd;
 };
 
 // The /dev/ttyACM* devices in the order the directory lists them, unprobed.

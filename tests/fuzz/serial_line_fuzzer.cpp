@@ -6,7 +6,8 @@
 //
 // The descriptor is a memory file rather than a pty: the terminal settings
 // do not apply to it, and its end reads as immediate silence, so every input
-// runs deterministically and without waiting for a read time-out.
+// runs deterministically and without waiting for a read time-out. The port
+// takes the file in blocks, so lines and their ends also straddle two reads.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>

@@ -6,7 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
+#include <thread>
+#include <vector>
 
 #include "common/pseudo_terminal.h"
 #include "io/serial_port.h"
@@ -65,26 +68,69 @@ TEST_F(SerialPortTest, LineIsRaw115200With8N1AndATimeoutInTenthsOfOneByte)
     }
 }
 
-// A line that reaches the cap is handed over as it is; a partial line is
-// dropped at the silence, and so is pending input at a clear, which then
-// writes the given text.
-TEST_F(SerialPortTest, LinesLoseOneCarriageReturnAndTheLineFeedOrStopAtTheCap)
+// Everything arrives in one write, so the port has all of it after one read.
+TEST_F(SerialPortTest, LinesInOneWriteLoseTheirFirstCarriageReturnAndLineFeedEach)
 {
-    const std::string binary("\x00\xff\x11\x13\x03\x7f", 6), full(SerialPort::kMaxLineLength - 1, 'y');
-    DeviceSends("ABC\r\nDEF\n\r\nG\r\r\n" + binary + "\n" + full + "\n");
-    for (const std::string& expected : {std::string("ABC"), std::string("DEF"), std::string(), std::string("G\r"), binary, full}) {
+    const std::string binary("\x00\xff\x11\x13\x03\x7f", 6);
+    port->SetTimeout(100);
+    DeviceSends("ABC\r\nDEF\n\r\nG\r\r\nH\rI\r\n" + binary + "\n");
+    for (const std::string& expected : std::vector<std::string>{"ABC", "DEF", "", "G\r", "HI\r", binary}) {
         EXPECT_EQ(Read(), expected);
     }
-    port->SetTimeout(100);
-    DeviceSends(std::string(SerialPort::kMaxLineLength, 'x') + "KORVE-REA");
-    EXPECT_EQ(Read(), std::string(SerialPort::kMaxLineLength, 'x'));
     EXPECT_EQ(Read(), kNoLine);
-    DeviceSends("DY\r\nSTALE\r\n");
+}
+
+// A line is cut at the cap without losing anything: a carriage return in it
+// stays, and what follows the cut is the start of the next line. (The device
+// sends in pieces a pty can hold while nobody reads.)
+TEST_F(SerialPortTest, BytesAfterALineEndOrTheCapStartTheNextLine)
+{
+    const std::string full(SerialPort::kMaxLineLength - 1, 'y'), capped(SerialPort::kMaxLineLength - 1, 'x');
+    DeviceSends("KORVE-READY\r\nKORVE-STA");
+    EXPECT_EQ(Read(), "KORVE-READY");
+    DeviceSends("TUS-15\r\n" + full + "\n");
+    EXPECT_EQ(Read(), "KORVE-STATUS-15");
+    EXPECT_EQ(Read(), full);
+    DeviceSends(capped + "\r\n");
+    EXPECT_EQ(Read(), capped + "\r");
+    EXPECT_EQ(Read(), "");
+    DeviceSends(capped + "\rKORVE-REA");
+    EXPECT_EQ(Read(), capped + "\r");
+    DeviceSends("DY\r\n");
+    EXPECT_EQ(Read(), "KORVE-READY");
+}
+
+// Silence drops a partial line; a clear drops the bytes the port kept and
+// those still in the line discipline, then writes the given text.
+TEST_F(SerialPortTest, SilenceDropsAPartialLineAndAClearDropsEverythingReceived)
+{
+    port->SetTimeout(100);
+    DeviceSends("KORVE-REA");
+    EXPECT_EQ(Read(), kNoLine);
+    DeviceSends("DY\r\nKEPT\r\n");
     EXPECT_EQ(Read(), "DY");
+    DeviceSends("PENDING\r\n");
     port->ClearBuffer("x;");
     EXPECT_EQ(Read(), kNoLine);
     char received[8] = {};
     EXPECT_EQ(std::string(received, static_cast<std::size_t>(read(pty->MasterFd(), received, sizeof received))), "x;");
+}
+
+// Each byte comes well within the read time-out, but the device needs at
+// least 20 pauses of 20 ms to finish the line, so no load on the machine lets
+// it complete within the 100 ms after its first byte.
+TEST_F(SerialPortTest, ALineStillIncompleteOneTimeOutAfterItsFirstByteIsNoLine)
+{
+    port->SetTimeout(100);
+    std::thread device([this] {
+        for (int i = 0; i < 20; ++i) {
+            DeviceSends("x");
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        DeviceSends("\n");
+    });
+    EXPECT_EQ(Read(), kNoLine);
+    device.join();
 }
 
 TEST_F(SerialPortTest, PathIsHeldByOnePortUntilReleasedAndRefusalsAreQuiet)
