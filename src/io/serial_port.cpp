@@ -57,7 +57,8 @@ void TrimLineEnd(std::string& line)
 
 }  // namespace
 
-SerialPort::SerialPort(std::wstring name, bool logError) : enabled(false), fd(-1), lineTimeout(0), block{}, keptBegin(0), keptEnd(0)
+SerialPort::SerialPort(std::wstring name, bool logError)
+    : enabled(false), fd(-1), lineTimeout(0), block{}, keptBegin(0), keptEnd(0)
 {
     if (!Register(name)) return;
     const std::string path = WideToUtf8(name);
