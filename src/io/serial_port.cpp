@@ -58,7 +58,7 @@ void TrimLineEnd(std::string& line)
 }  // namespace
 
 SerialPort::SerialPort(std::wstring name, bool logError)
-    : enabled(false), fd(-1), lineTimeout(0), block{}, keptBegin(0), keptEnd(0)
+    : enabled(false), fd(-1), lineTimeout(0), appliedVtime(kNothingApplied), block{}, keptBegin(0), keptEnd(0)
 {
     if (!Register(name)) return;
     const std::string path = WideToUtf8(name);
@@ -173,15 +173,20 @@ void SerialPort::ClearBuffer(const std::string& commandEnd)
     Write(commandEnd);
 }
 
+// The bridge arms a command's time-out before every write and a frame almost
+// always asks for the one in force: two system calls per frame saved.
 int SerialPort::SetTimeout(int milliseconds)
 {
-    termios t{};
-    tcgetattr(fd, &t);
     // The control character is one byte wide: only the low 8 bits count.
     const auto vtime = static_cast<cc_t>(milliseconds / kMsPerVtimeUnit);
+    if (vtime == appliedVtime) return 0;
+    termios t{};
+    tcgetattr(fd, &t);
     MakeRawLine(t, vtime);
     lineTimeout = std::chrono::milliseconds(vtime * kMsPerVtimeUnit);
-    return tcsetattr(fd, TCSANOW, &t);
+    const int result = tcsetattr(fd, TCSANOW, &t);
+    appliedVtime = result == 0 ? vtime : kNothingApplied;
+    return result;
 }
 
 }  // namespace IO

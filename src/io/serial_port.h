@@ -44,9 +44,10 @@ public:
     // included, then writes commandEnd, which makes the device discard any
     // half-sent command.
     void ClearBuffer(const std::string& commandEnd);
-    // Re-applies every line setting (115200 baud, 8N1, raw) with a read time-out of milliseconds / 100
+    // Applies every line setting (115200 baud, 8N1, raw) with a read time-out of milliseconds / 100
     // tenths of a second (one byte wide: 30000 ms becomes 4.4 s). Returns the
-    // result of tcsetattr.
+    // result of tcsetattr; asking again for the time-out in force applies
+    // nothing and returns 0.
     int SetTimeout(int milliseconds);
 
 private:
@@ -54,6 +55,7 @@ private:
 
     // One read takes up to this many bytes; a status reply fits many times.
     static constexpr std::size_t kReadBlockSize = 512;
+    static constexpr int kNothingApplied = -1;
 
     bool Register(const std::wstring& name);
     void Unregister();
@@ -74,6 +76,9 @@ private:
     // The read time-out as the line discipline applies it (zero: reads do not
     // wait); a line must be complete within it from its first byte.
     std::chrono::milliseconds lineTimeout;
+    // The VTIME of the settings in force, or kNothingApplied before they
+    // were applied (or when applying them failed).
+    int appliedVtime;
     // Bytes read from the device and not handed out yet: block[keptBegin,
     // keptEnd).
     std::array<char, kReadBlockSize> block;

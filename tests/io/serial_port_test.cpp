@@ -62,7 +62,7 @@ TEST_F(SerialPortTest, LineIsRaw115200With8N1AndATimeoutInTenthsOfOneByte)
     EXPECT_EQ(t.c_lflag & (ISIG | ICANON | ECHO | ECHONL | IEXTEN), 0u);
     EXPECT_EQ(t.c_iflag & (IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IXON), 0u);
     EXPECT_EQ(t.c_oflag & OPOST, 0u);
-    for (const auto& c : std::vector<std::pair<int, int>>{{50, 0}, {30000, 44}, {300, 3}, {199, 1}}) {
+    for (const auto& c : std::vector<std::pair<int, int>>{{50, 0}, {30000, 44}, {300, 3}, {350, 3}, {199, 1}, {50, 0}}) {
         EXPECT_EQ(port->SetTimeout(c.first), 0);
         EXPECT_EQ(LineSettings().c_cc[VTIME], c.second) << c.first;
     }
