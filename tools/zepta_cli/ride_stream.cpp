@@ -101,18 +101,18 @@ void UdpReceiver::Run()
     while (!stop) {
         if (poll(waiting.data(), waiting.size(), kPollMilliseconds) <= 0) continue;
         for (std::size_t i = 0; i < waiting.size(); ++i) {
-            if (waiting[i].revents & POLLIN) Drain(waiting[i].fd, ports[i]);
+            if (waiting[i].revents & POLLIN) ReceiveOne(waiting[i].fd, ports[i]);
         }
     }
 }
 
-void UdpReceiver::Drain(int socketFd, std::uint16_t port)
+// One datagram per readiness: poll reports a socket with more queued at
+// once, and a game sends one at a time, so no second recv is spent finding
+// the queue empty.
+void UdpReceiver::ReceiveOne(int socketFd, std::uint16_t port)
 {
-    for (;;) {
-        const ssize_t size = recv(socketFd, buffer.data(), buffer.size(), 0);
-        if (size < 0) return;
-        sink.Take(port, buffer.data(), static_cast<std::size_t>(size), RideClock::now());
-    }
+    const ssize_t size = recv(socketFd, buffer.data(), buffer.size(), 0);
+    if (size >= 0) sink.Take(port, buffer.data(), static_cast<std::size_t>(size), RideClock::now());
 }
 
 DatagramReplayer::DatagramReplayer(const DatagramLog& log, LatestSample& sink, RideClock::time_point start)

@@ -64,7 +64,7 @@ public:
 
 private:
     void Run();
-    void Drain(int socketFd, std::uint16_t port);
+    void ReceiveOne(int socketFd, std::uint16_t port);
 
     LatestSample& sink;
     std::vector<int> sockets;
