@@ -1,5 +1,6 @@
 #include "ride_status.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -8,30 +9,48 @@ namespace zepta_cli {
 namespace {
 
 constexpr int kBarHalf = 4;
+// Room for the longest line: every drop reason counted in the billions.
+constexpr std::size_t kLineCapacity = 512;
 constexpr auto kRateWindow = std::chrono::seconds(1);
+
+template <typename Value>
+void AppendNumber(std::string& line, const char* format, Value value)
+{
+    char text[48];
+    const int length = std::snprintf(text, sizeof text, format, value);
+    if (length > 0) line.append(text, std::min(static_cast<std::size_t>(length), sizeof text - 1));
+}
 
 const zepta_ride::DropReason kDropReasons[] = {zepta_ride::DropReason::WrongSize, zepta_ride::DropReason::WrongMagic,
                                                zepta_ride::DropReason::NotMotion, zepta_ride::DropReason::NonFinite,
                                                zepta_ride::DropReason::Absurd};
 
-std::string DroppedText(const StreamSnapshot& stream)
+void AppendDropped(const StreamSnapshot& stream, std::string& line)
 {
-    std::string text;
+    const std::size_t start = line.size();
     for (const zepta_ride::DropReason reason : kDropReasons) {
         const std::uint64_t count = stream.dropped[static_cast<std::size_t>(reason)];
         if (count == 0) continue;
-        text += (text.empty() ? "" : ", ") + std::string(zepta_ride::DropReasonName(reason)) + " " +
-                std::to_string(count);
+        if (line.size() > start) line += ", ";
+        line += zepta_ride::DropReasonName(reason);
+        AppendNumber(line, " %llu", static_cast<unsigned long long>(count));
     }
-    return text.empty() ? "none" : text;
+    if (line.size() == start) line += "none";
 }
 
-std::string AgeText(const StreamSnapshot& stream, RideClock::time_point now)
+void AppendAge(const StreamSnapshot& stream, RideClock::time_point now, std::string& line)
 {
-    if (!stream.hasSample) return "no sample yet";
-    char text[32];
-    std::snprintf(text, sizeof text, "age %.2f s", std::chrono::duration<double>(now - stream.sampleAt).count());
-    return text;
+    if (!stream.hasSample) {
+        line += "no sample yet";
+        return;
+    }
+    AppendNumber(line, "age %.2f s", std::chrono::duration<double>(now - stream.sampleAt).count());
+}
+
+void AppendBar(const char* name, double value, std::string& line)
+{
+    line += name;
+    line += ChannelBar(value);
 }
 
 }  // namespace
@@ -58,16 +77,27 @@ double RideStatus::DatagramsPerSecond(const StreamSnapshot& stream, RideClock::t
     return rate;
 }
 
-std::string RideStatus::Text(const StreamSnapshot& stream, RideClock::time_point now, zepta_ride::SafetyState state,
-                             const zepta_ride::RigPose& pose)
+// Built in one buffer kept from line to line: a ride shows its status four
+// times a second and its frames do not touch the heap.
+const std::string& RideStatus::Text(const StreamSnapshot& stream, RideClock::time_point now,
+                                    zepta_ride::SafetyState state, const zepta_ride::RigPose& pose)
 {
-    char rateText[64];
-    std::snprintf(rateText, sizeof rateText, " %.0f datagrams/s", DatagramsPerSecond(stream, now));
-    const std::string format = stream.hasSample ? zepta_ride::FormatName(stream.format) : "no game";
-    return format + rateText + " | dropped " + DroppedText(stream) + " | " + AgeText(stream, now) + " | " +
-           zepta_ride::SafetyStateName(state) + " | roll " + ChannelBar(pose.roll) + " pitch " +
-           ChannelBar(pose.pitch) + " yaw " + ChannelBar(pose.yaw) + " heave " + ChannelBar(pose.heave) + " sway " +
-           ChannelBar(pose.sway) + " surge " + ChannelBar(pose.surge);
+    line.clear();
+    line.reserve(kLineCapacity);
+    line += stream.hasSample ? zepta_ride::FormatName(stream.format) : "no game";
+    AppendNumber(line, " %.0f datagrams/s | dropped ", DatagramsPerSecond(stream, now));
+    AppendDropped(stream, line);
+    line += " | ";
+    AppendAge(stream, now, line);
+    line += " | ";
+    line += zepta_ride::SafetyStateName(state);
+    AppendBar(" | roll ", pose.roll, line);
+    AppendBar(" pitch ", pose.pitch, line);
+    AppendBar(" yaw ", pose.yaw, line);
+    AppendBar(" heave ", pose.heave, line);
+    AppendBar(" sway ", pose.sway, line);
+    AppendBar(" surge ", pose.surge, line);
+    return line;
 }
 
 }  // namespace zepta_cli

@@ -18,8 +18,9 @@ std::string ChannelBar(double value);
 
 class RideStatus {
 public:
-    std::string Text(const StreamSnapshot& stream, RideClock::time_point now, zepta_ride::SafetyState state,
-                     const zepta_ride::RigPose& pose);
+    // The line, valid until the next call.
+    const std::string& Text(const StreamSnapshot& stream, RideClock::time_point now,
+                            zepta_ride::SafetyState state, const zepta_ride::RigPose& pose);
 
 private:
     double DatagramsPerSecond(const StreamSnapshot& stream, RideClock::time_point now);
@@ -27,6 +28,7 @@ private:
     RideClock::time_point markAt{};
     std::uint64_t markReceived = 0;
     double rate = 0.0;
+    std::string line;
 };
 
 }  // namespace zepta_cli

@@ -3,6 +3,7 @@
 // its status line.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <fstream>
 #include <string>
@@ -11,6 +12,7 @@
 #include "datagram_log.h"
 #include "ride_status.h"
 #include "ride_trace.h"
+#include "support/allocation_counter.h"
 
 namespace {
 
@@ -118,6 +120,36 @@ TEST(RideStatus, ChannelBarsGrowFromTheCentre)
     EXPECT_EQ(zepta_cli::ChannelBar(-1.0), "[####|    ]");
     EXPECT_EQ(zepta_cli::ChannelBar(7.0), "[    |####]");
     EXPECT_EQ(zepta_cli::ChannelBar(std::nan("")), "[    ?    ]");
+}
+
+// The rate is counted over at least a second; the line is rebuilt in the
+// buffer of the one before, so a running ride's status never allocates.
+TEST(RideStatus, LineNamesFormatRateDropsAgeStateAndChannels)
+{
+    using zepta_ride::DropReason;
+    zepta_cli::RideStatus status;
+    zepta_cli::StreamSnapshot stream;
+    const zepta_cli::RideClock::time_point start{std::chrono::seconds(100)};
+    EXPECT_EQ(status.Text(stream, start, zepta_ride::SafetyState::Parked, {}),
+              "no game 0 datagrams/s | dropped none | no sample yet | parked | roll [    |    ] pitch [    |    ] "
+              "yaw [    |    ] heave [    |    ] sway [    |    ] surge [    |    ]");
+    stream.hasSample = true;
+    stream.format = zepta_ride::TelemetryFormat::Forza;
+    stream.received = 120;
+    stream.sampleAt = start + std::chrono::milliseconds(1950);
+    stream.dropped[static_cast<std::size_t>(DropReason::WrongSize)] = 3;
+    stream.dropped[static_cast<std::size_t>(DropReason::Absurd)] = 1;
+    zepta_ride::RigPose pose;
+    pose.pitch = 0.5;
+    pose.sway = -1.0;
+    const auto later = start + std::chrono::seconds(2);
+    zepta_test::CountAllocationsOnThisThread();
+    zepta_test::StartCountingAllocations();
+    const std::string& line = status.Text(stream, later, zepta_ride::SafetyState::Live, pose);
+    EXPECT_EQ(zepta_test::StopCountingAllocations(), 0u);
+    EXPECT_EQ(line,
+              "forza 60 datagrams/s | dropped size 3, absurd 1 | age 0.05 s | live | roll [    |    ] pitch [    |##  ] "
+              "yaw [    |    ] heave [    |    ] sway [####|    ] surge [    |    ]");
 }
 
 }  // namespace
