@@ -1,6 +1,7 @@
 """zepta ride end to end: an emulated game drives laps, zepta ride moves an
 emulated six-axis seat through libzepta, and the seat's record shows braking
-and cornering in the right direction, then a park once the game stops."""
+and cornering in the right direction, then a park once the game stops; every
+game format is recognised and cued the right way round."""
 
 import json
 import os
@@ -28,6 +29,11 @@ def seat_tilt(row):
     return rear_pair + side_pair - 2 * front_pair, rear_pair - side_pair
 
 
+def read_text(path):
+    with open(path) as file:
+        return file.read()
+
+
 def mean(values):
     values = list(values)
     assert values, "no rows in the interval"
@@ -36,12 +42,12 @@ def mean(values):
 
 class Ride(DeviceTestCase):
 
-    def ride(self, *arguments):
+    def ride(self, *arguments, name="ride"):
         """Starts zepta ride; returns the process, its output file and its start (CLOCK_MONOTONIC)."""
-        output = self.path("ride.out")
+        output = self.path(f"{name}.out")
         with open(output, "w") as out:
             process = subprocess.Popen([ZEPTA, "ride", "--quiet", *arguments], stdout=out, stderr=out)
-        text = lambda: open(output).read()
+        text = lambda: read_text(output)
         if not wait_until(lambda: "listening" in text() or process.poll() is not None, timeout=30):
             process.kill()
         self.assertIn("listening", text())
@@ -56,8 +62,8 @@ class Ride(DeviceTestCase):
                               capture_output=True, text=True, timeout=60)
         self.assertEqual(game.returncode, 0, game.stderr)
         self.assertRegex(game.stdout, r"forza lap: 600 datagrams sent")
-        self.assertEqual(ride.wait(60), 0, open(output).read())
-        self.assertIn("returned to origin (parked)", open(output).read())
+        self.assertEqual(ride.wait(60), 0, read_text(output))
+        self.assertIn("returned to origin (parked)", read_text(output))
 
         frames = read_rows(trace)
         wire = [row for row in seat.positions() if row["axis6"] != ""]
@@ -81,10 +87,37 @@ class Ride(DeviceTestCase):
         self.assertEqual([float(seat.positions()[-1][axis]) for axis in AXES], [0.0] * 6, "not at its origin")
 
         # The recording plays back through the same pipeline without a device.
-        received = re.search(r"(\d+) datagrams received", open(output).read()).group(1)
+        received = re.search(r"(\d+) datagrams received", read_text(output)).group(1)
         replay = zepta("ride", "--replay", record, "--dry-run", "--quiet")
         self.assertEqual(replay.returncode, 0, replay.stderr)
         self.assertIn(f"{received} datagrams received, {received} decoded", replay.stdout)
+
+    def test_every_format_is_recognised_and_braking_tilts_the_seat_forward(self):
+        """Each game format on a port of its own, told apart by the automatic
+        recognition, through the whole pipeline without a device."""
+        formats = ["codemasters", "forza", "beamng", "outsim", "xplane", "f1"]
+        rides = {}
+        for index, name in enumerate(formats):
+            port = str(42000 + index)
+            trace = self.path(f"{name}.csv")
+            process, output, _ = self.ride("--port", port, "--dry-run", "--trace", trace, "--seconds", "7",
+                                           name=name)
+            game = subprocess.Popen([ZEPTA, "emulate", "game", "--format", name, "--port", port, "--scenario", "lap",
+                                     "--seconds", "6"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            rides[name] = (process, output, trace, game)
+        for name, (process, output, trace, game) in rides.items():
+            self.assertEqual(game.wait(60), 0, name)
+            self.assertEqual(process.wait(60), 0, read_text(output))
+            received, decoded = re.search(r"(\d+) datagrams received, (\d+) decoded", read_text(output)).groups()
+            self.assertGreater(int(received), 300, name)
+            self.assertEqual(decoded, received, name)
+            frames = read_rows(trace)
+            # The lap brakes hard from its third second on; the tilt builds up
+            # over the stop, so its last second is looked at.
+            braking = [float(r["time"]) for r in frames if float(r["accel_fwd"]) < -5]
+            self.assertTrue(braking, name)
+            late = [float(r["out_pitch"]) for r in frames if max(braking) - 1 <= float(r["time"]) <= max(braking)]
+            self.assertGreater(mean(late), 0.05, f"{name}: braking must tilt the seat forward")
 
     def test_bad_files_and_options_give_exit_code_2_before_anything_opens(self):
         truncated = self.path("truncated.bin")
