@@ -30,6 +30,16 @@ PoseArray Step(const PoseArray& pose, const PoseArray& direction, double size)
     return out;
 }
 
+// The pose with one component moved by offset. Every component is chosen
+// rather than one stored into a copy: a single element written and the whole
+// array read back at once would stall on the store.
+PoseArray Stepped(const PoseArray& pose, std::size_t component, double offset)
+{
+    PoseArray out{};
+    for (std::size_t j = 0; j < kN; ++j) out[j] = j == component ? pose[j] + offset : pose[j];
+    return out;
+}
+
 }  // namespace
 
 StewartPlatform::ForwardResult StewartPlatform::ForwardKinematics(
@@ -76,38 +86,36 @@ StewartPlatform::NewtonState StewartPlatform::Compare(const PoseMeasure& measure
     return state;
 }
 
-// Lengths at a pose that differs from the measured one in one component only:
-// a translation keeps its orientation, a rotation recomputes the trig of its
-// own angle alone.
-StewartPlatform::Lengths StewartPlatform::LengthsNear(const PoseMeasure& measure,
-                                                      const PoseVector& nearby,
-                                                      std::size_t changed,
-                                                      CoordinateSystem system) const
+// Lengths at the measured pose with one component moved by offset: a
+// translation keeps the measured orientation, a rotation recomputes the trig
+// of its own angle alone.
+StewartPlatform::Lengths StewartPlatform::SteppedLengths(const PoseMeasure& measure,
+                                                         std::size_t component, double offset,
+                                                         CoordinateSystem system,
+                                                         const ZEPTASDK::LegsByAxis& base) const
 {
-    const Pose pose = ArrayToPose(nearby);
-    if (changed < kRollComponent) {
-        return LengthsAt(measure.orientation,
-                         TranslationOf(pose, measure.orientation.rotation, system));
+    const PoseVector stepped = Stepped(measure.pose, component, offset);
+    const Pose pose = ArrayToPose(stepped);
+    if (component < kRollComponent) {
+        const Orientation& orientation = measure.orientation;
+        return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system), base);
     }
     RotationTrig trig = measure.trig;
     AngleTrig* angles[] = {&trig.roll, &trig.pitch, &trig.yaw};
-    *angles[changed - kRollComponent] = TrigOf(nearby[changed]);
+    *angles[component - kRollComponent] = TrigOf(stepped[component]);
     const Orientation orientation = Orient(trig);
-    return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system));
+    return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system), base);
 }
 
 // Central differences of the lengths over each pose component.
 ZEPTASDK::LinearElimination::Matrix StewartPlatform::JacobianAt(const PoseMeasure& measure,
                                                                 CoordinateSystem system) const
 {
+    const ZEPTASDK::LegsByAxis base = BaseByAxis();
     ZEPTASDK::LinearElimination::Matrix jacobian{};
     for (std::size_t j = 0; j < kN; ++j) {
-        PoseVector ahead = measure.pose;
-        PoseVector behind = measure.pose;
-        ahead[j] += kJacobianStep;
-        behind[j] -= kJacobianStep;
-        const Lengths plus = LengthsNear(measure, ahead, j, system);
-        const Lengths minus = LengthsNear(measure, behind, j, system);
+        const Lengths plus = SteppedLengths(measure, j, kJacobianStep, system, base);
+        const Lengths minus = SteppedLengths(measure, j, -kJacobianStep, system, base);
         for (std::size_t i = 0; i < kActuators; ++i) {
             jacobian[i][j] = (plus[i] - minus[i]) / (2.0 * kJacobianStep);
         }

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "motion/leg_vectors.h"
 #include "motion/linear_elimination.h"
 #include "zepta/export.h"
 
@@ -131,7 +132,7 @@ private:
     // by axis, so that the six legs' arithmetic runs side by side.
     struct Orientation {
         Rotation rotation;
-        std::array<std::array<double, kActuators>, 3> turnedAnchors;  // [axis][leg]
+        ZEPTASDK::LegsByAxis turnedAnchors;
     };
 
     struct LegState {
@@ -150,8 +151,10 @@ private:
     Orientation Orient(const RotationTrig& trig) const;
     Vec3 TranslationOf(const Pose& pose, const Rotation& rotation, CoordinateSystem system) const;
     Vec3 PlatformTranslation(const Pose& pose, const Rotation& rotation) const;
-    Vec3 Leg(const Orientation& orientation, const Vec3& translation, std::size_t i) const;
+    ZEPTASDK::LegsByAxis BaseByAxis() const;
     Lengths LengthsAt(const Orientation& orientation, const Vec3& translation) const;
+    Lengths LengthsAt(const Orientation& orientation, const Vec3& translation,
+                      const ZEPTASDK::LegsByAxis& base) const;
     LegState LegStateAt(const Orientation& orientation, const Vec3& translation) const;
     LegState LegStateOf(const Pose& pose, CoordinateSystem system) const;
     double AngleLimit() const;
@@ -199,8 +202,8 @@ private:
                  const ForwardLimits& limits, NewtonState* state, ForwardResult* result) const;
     PoseMeasure Measure(const PoseVector& pose, CoordinateSystem system) const;
     static NewtonState Compare(const PoseMeasure& measure, const Lengths& target);
-    Lengths LengthsNear(const PoseMeasure& measure, const PoseVector& nearby, std::size_t changed,
-                        CoordinateSystem system) const;
+    Lengths SteppedLengths(const PoseMeasure& measure, std::size_t component, double offset,
+                           CoordinateSystem system, const ZEPTASDK::LegsByAxis& base) const;
     ZEPTASDK::LinearElimination::Matrix JacobianAt(const PoseMeasure& measure,
                                                    CoordinateSystem system) const;
     bool NewtonDirection(const NewtonState& state, StartPoint* start, CoordinateSystem system,
