@@ -75,6 +75,15 @@ double LargestAngle(const Cosines& cosines)
     return largest;
 }
 
+ZEPTASDK::LegsByAxis ByAxis(const std::array<Vec3, StewartPlatform::kActuators>& joints)
+{
+    ZEPTASDK::LegsByAxis byAxis;
+    for (std::size_t axis = 0; axis < byAxis.size(); ++axis) {
+        for (std::size_t i = 0; i < joints.size(); ++i) byAxis[axis][i] = joints[i][axis];
+    }
+    return byAxis;
+}
+
 bool IsZero(const Vec3& v)
 {
     return v[0] == 0.0 && v[1] == 0.0 && v[2] == 0.0;
@@ -134,12 +143,13 @@ StewartPlatform::Rotation StewartPlatform::RotationOf(const RotationTrig& trig)
 StewartPlatform::Orientation StewartPlatform::Orient(const RotationTrig& trig) const
 {
     const Rotation rotation = RotationOf(trig);
+    const ZEPTASDK::LegsByAxis anchors = ByAxis(platformAnchors);
     ZEPTASDK::LegsByAxis turned;
     for (std::size_t axis = 0; axis < rotation.size(); ++axis) {
         const double alongX = rotation[axis][0];
         const double alongY = rotation[axis][1];
         for (std::size_t i = 0; i < kActuators; ++i) {
-            turned[axis][i] = alongX * platformAnchors[i][0] + alongY * platformAnchors[i][1];
+            turned[axis][i] = alongX * anchors[0][i] + alongY * anchors[1][i];
         }
     }
     return {rotation, turned};
@@ -147,11 +157,7 @@ StewartPlatform::Orientation StewartPlatform::Orient(const RotationTrig& trig) c
 
 ZEPTASDK::LegsByAxis StewartPlatform::BaseByAxis() const
 {
-    ZEPTASDK::LegsByAxis base;
-    for (std::size_t axis = 0; axis < base.size(); ++axis) {
-        for (std::size_t i = 0; i < kActuators; ++i) base[axis][i] = baseAnchors[i][axis];
-    }
-    return base;
+    return ByAxis(baseAnchors);
 }
 
 StewartPlatform::Transform StewartPlatform::buildTransform(const Pose& pose,
