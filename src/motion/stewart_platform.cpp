@@ -315,16 +315,26 @@ StewartPlatform::ChosenPose StewartPlatform::ChoosePose(const Pose& pose, Coordi
     return {scaled, LegStateOf(scaled, system)};
 }
 
+// Worked on local copies and stored at the end: writes through result could
+// otherwise alias this platform's limits and force them to be reread for
+// every leg.
 void StewartPlatform::FillStrokeLengths(const Lengths& raw, FrameResult* result) const
 {
-    result->withinStroke = true;
+    Lengths lengths{};
+    bool softened = false;
+    bool withinStroke = true;
     for (std::size_t i = 0; i < kActuators; ++i) {
         const double length = softLimitEnabled ? ApplySoftLimit(raw[i]) : raw[i];
-        if (std::fabs(length - raw[i]) > kSoftLimitReportThreshold) result->limited = true;
-        if (!(length >= minLength && length <= maxLength)) result->withinStroke = false;
-        result->lengths[i] = length;
+        if (std::fabs(length - raw[i]) > kSoftLimitReportThreshold) softened = true;
+        if (!(length >= minLength && length <= maxLength)) withinStroke = false;
+        lengths[i] = length;
     }
-    for (std::size_t i = 0; i < kActuators; ++i) result->values[i] = Normalise(result->lengths[i]);
+    ActuatorValues values{};
+    for (std::size_t i = 0; i < kActuators; ++i) values[i] = Normalise(lengths[i]);
+    if (softened) result->limited = true;
+    result->withinStroke = withinStroke;
+    result->lengths = lengths;
+    result->values = values;
 }
 
 StewartPlatform::FrameResult StewartPlatform::SafeLengths(const Pose& pose,
