@@ -65,25 +65,33 @@ StewartPlatform::StartPoint StewartPlatform::StartAt(const Pose& guess,
 StewartPlatform::PoseMeasure StewartPlatform::Measure(const PoseVector& pose,
                                                       CoordinateSystem system) const
 {
-    const Pose asPose = ArrayToPose(pose);
-    PoseMeasure measure{pose, TrigOf(asPose), {}, {}};
-    measure.orientation = Orient(measure.trig);
-    measure.lengths =
-        LengthsAt(measure.orientation, TranslationOf(asPose, measure.orientation.rotation, system));
+    PoseMeasure measure;
+    MeasureInto(pose, system, &measure);
     return measure;
 }
 
-StewartPlatform::NewtonState StewartPlatform::Compare(const PoseMeasure& measure,
-                                                      const Lengths& target)
+// Fills a measure in place: the line search measures every trial into the
+// same state instead of copying whole measures around.
+void StewartPlatform::MeasureInto(const PoseVector& pose, CoordinateSystem system,
+                                  PoseMeasure* measure) const
 {
-    NewtonState state{measure, measure.lengths, 0.0};
+    const Pose asPose = ArrayToPose(pose);
+    measure->pose = pose;
+    measure->trig = TrigOf(asPose);
+    measure->orientation = Orient(measure->trig);
+    measure->lengths = LengthsAt(measure->orientation,
+                                 TranslationOf(asPose, measure->orientation.rotation, system));
+}
+
+// Differences and residual of the state's measure against the target.
+void StewartPlatform::Compare(const Lengths& target, NewtonState* state)
+{
     double sum = 0.0;
     for (std::size_t i = 0; i < kActuators; ++i) {
-        state.differences[i] -= target[i];
-        sum += state.differences[i] * state.differences[i];
+        state->differences[i] = state->at.lengths[i] - target[i];
+        sum += state->differences[i] * state->differences[i];
     }
-    state.residual = std::sqrt(sum);
-    return state;
+    state->residual = std::sqrt(sum);
 }
 
 // Lengths at the measured pose with one component moved by offset: a
@@ -147,9 +155,11 @@ bool StewartPlatform::NewtonDirection(const NewtonState& state, StartPoint* star
 bool StewartPlatform::LineSearch(const PoseVector& direction, const Lengths& target,
                                  CoordinateSystem system, NewtonState* state) const
 {
+    NewtonState trial;
     double size = 1.0;
     for (int attempt = 0; attempt < kLineSearchTries; ++attempt, size /= 2.0) {
-        NewtonState trial = Compare(Measure(Step(state->at.pose, direction, size), system), target);
+        MeasureInto(Step(state->at.pose, direction, size), system, &trial.at);
+        Compare(target, &trial);
         if (trial.residual < state->residual) {
             *state = trial;
             return true;
@@ -182,7 +192,9 @@ StewartPlatform::ForwardResult StewartPlatform::SolveForward(const Lengths& targ
                                                              const ForwardLimits& limits,
                                                              PoseMeasure* reached) const
 {
-    NewtonState state = Compare(start->measure, target);
+    NewtonState state;
+    state.at = start->measure;
+    Compare(target, &state);
     ForwardResult result;
     result.pose = ArrayToPose(state.at.pose);
     result.residual = state.residual;

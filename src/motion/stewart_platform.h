@@ -201,7 +201,8 @@ private:
     bool Iterate(const Lengths& target, StartPoint* start, CoordinateSystem system,
                  const ForwardLimits& limits, NewtonState* state, ForwardResult* result) const;
     PoseMeasure Measure(const PoseVector& pose, CoordinateSystem system) const;
-    static NewtonState Compare(const PoseMeasure& measure, const Lengths& target);
+    void MeasureInto(const PoseVector& pose, CoordinateSystem system, PoseMeasure* measure) const;
+    static void Compare(const Lengths& target, NewtonState* state);
     Lengths SteppedLengths(const PoseMeasure& measure, std::size_t component, double offset,
                            CoordinateSystem system, const ZEPTASDK::LegsByAxis& base) const;
     ZEPTASDK::LinearElimination::Matrix JacobianAt(const PoseMeasure& measure,
