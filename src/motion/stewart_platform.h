@@ -17,6 +17,7 @@ class ZEPTA_API StewartPlatform {
 public:
     static constexpr std::size_t kActuators = 6;
     static constexpr std::size_t kPoseComponents = 6;
+    static_assert(kActuators == ZEPTASDK::kLegCount, "the legs are laid out for six actuators");
 
     using Vec3 = std::array<double, 3>;
     using Transform = std::array<std::array<double, 4>, 4>;
