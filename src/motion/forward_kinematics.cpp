@@ -30,6 +30,16 @@ PoseArray Step(const PoseArray& pose, const PoseArray& direction, double size)
     return out;
 }
 
+// The pose with one component moved by offset. Every component is chosen
+// rather than one stored into a copy: a single element written and the whole
+// array read back at once would stall on the store.
+PoseArray Stepped(const PoseArray& pose, std::size_t component, double offset)
+{
+    PoseArray out{};
+    for (std::size_t j = 0; j < kN; ++j) out[j] = j == component ? pose[j] + offset : pose[j];
+    return out;
+}
+
 }  // namespace
 
 StewartPlatform::ForwardResult StewartPlatform::ForwardKinematics(
@@ -55,59 +65,65 @@ StewartPlatform::StartPoint StewartPlatform::StartAt(const Pose& guess,
 StewartPlatform::PoseMeasure StewartPlatform::Measure(const PoseVector& pose,
                                                       CoordinateSystem system) const
 {
-    const Pose asPose = ArrayToPose(pose);
-    PoseMeasure measure{pose, TrigOf(asPose), {}, {}};
-    measure.orientation = Orient(measure.trig);
-    measure.lengths =
-        LengthsAt(measure.orientation, TranslationOf(asPose, measure.orientation.rotation, system));
+    PoseMeasure measure;
+    MeasureInto(pose, system, &measure);
     return measure;
 }
 
-StewartPlatform::NewtonState StewartPlatform::Compare(const PoseMeasure& measure,
-                                                      const Lengths& target)
+// Fills a measure in place: the line search measures every trial into the
+// same state instead of copying whole measures around.
+void StewartPlatform::MeasureInto(const PoseVector& pose, CoordinateSystem system,
+                                  PoseMeasure* measure) const
 {
-    NewtonState state{measure, measure.lengths, 0.0};
-    double sum = 0.0;
-    for (std::size_t i = 0; i < kActuators; ++i) {
-        state.differences[i] -= target[i];
-        sum += state.differences[i] * state.differences[i];
-    }
-    state.residual = std::sqrt(sum);
-    return state;
+    const Pose asPose = ArrayToPose(pose);
+    measure->pose = pose;
+    measure->trig = TrigOf(asPose);
+    measure->orientation = Orient(measure->trig);
+    measure->lengths = LengthsAt(measure->orientation,
+                                 TranslationOf(asPose, measure->orientation.rotation, system));
 }
 
-// Lengths at a pose that differs from the measured one in one component only:
-// a translation keeps its orientation, a rotation recomputes the trig of its
-// own angle alone.
-StewartPlatform::Lengths StewartPlatform::LengthsNear(const PoseMeasure& measure,
-                                                      const PoseVector& nearby,
-                                                      std::size_t changed,
-                                                      CoordinateSystem system) const
+// Differences and residual of the state's measure against the target.
+void StewartPlatform::Compare(const Lengths& target, NewtonState* state)
 {
-    const Pose pose = ArrayToPose(nearby);
-    if (changed < kRollComponent) {
-        return LengthsAt(measure.orientation,
-                         TranslationOf(pose, measure.orientation.rotation, system));
+    double sum = 0.0;
+    for (std::size_t i = 0; i < kActuators; ++i) {
+        state->differences[i] = state->at.lengths[i] - target[i];
+        sum += state->differences[i] * state->differences[i];
+    }
+    state->residual = std::sqrt(sum);
+}
+
+// Lengths at the measured pose with one component moved by offset: a
+// translation keeps the measured orientation, a rotation recomputes the trig
+// of its own angle alone.
+StewartPlatform::Lengths StewartPlatform::SteppedLengths(const PoseMeasure& measure,
+                                                         std::size_t component, double offset,
+                                                         CoordinateSystem system,
+                                                         const ZEPTASDK::LegsByAxis& base) const
+{
+    const PoseVector stepped = Stepped(measure.pose, component, offset);
+    const Pose pose = ArrayToPose(stepped);
+    if (component < kRollComponent) {
+        const Orientation& orientation = measure.orientation;
+        return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system), base);
     }
     RotationTrig trig = measure.trig;
     AngleTrig* angles[] = {&trig.roll, &trig.pitch, &trig.yaw};
-    *angles[changed - kRollComponent] = TrigOf(nearby[changed]);
+    *angles[component - kRollComponent] = TrigOf(stepped[component]);
     const Orientation orientation = Orient(trig);
-    return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system));
+    return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system), base);
 }
 
 // Central differences of the lengths over each pose component.
 ZEPTASDK::LinearElimination::Matrix StewartPlatform::JacobianAt(const PoseMeasure& measure,
                                                                 CoordinateSystem system) const
 {
+    const ZEPTASDK::LegsByAxis base = BaseByAxis();
     ZEPTASDK::LinearElimination::Matrix jacobian{};
     for (std::size_t j = 0; j < kN; ++j) {
-        PoseVector ahead = measure.pose;
-        PoseVector behind = measure.pose;
-        ahead[j] += kJacobianStep;
-        behind[j] -= kJacobianStep;
-        const Lengths plus = LengthsNear(measure, ahead, j, system);
-        const Lengths minus = LengthsNear(measure, behind, j, system);
+        const Lengths plus = SteppedLengths(measure, j, kJacobianStep, system, base);
+        const Lengths minus = SteppedLengths(measure, j, -kJacobianStep, system, base);
         for (std::size_t i = 0; i < kActuators; ++i) {
             jacobian[i][j] = (plus[i] - minus[i]) / (2.0 * kJacobianStep);
         }
@@ -139,9 +155,11 @@ bool StewartPlatform::NewtonDirection(const NewtonState& state, StartPoint* star
 bool StewartPlatform::LineSearch(const PoseVector& direction, const Lengths& target,
                                  CoordinateSystem system, NewtonState* state) const
 {
+    NewtonState trial;
     double size = 1.0;
     for (int attempt = 0; attempt < kLineSearchTries; ++attempt, size /= 2.0) {
-        NewtonState trial = Compare(Measure(Step(state->at.pose, direction, size), system), target);
+        MeasureInto(Step(state->at.pose, direction, size), system, &trial.at);
+        Compare(target, &trial);
         if (trial.residual < state->residual) {
             *state = trial;
             return true;
@@ -174,7 +192,9 @@ StewartPlatform::ForwardResult StewartPlatform::SolveForward(const Lengths& targ
                                                              const ForwardLimits& limits,
                                                              PoseMeasure* reached) const
 {
-    NewtonState state = Compare(start->measure, target);
+    NewtonState state;
+    state.at = start->measure;
+    Compare(target, &state);
     ForwardResult result;
     result.pose = ArrayToPose(state.at.pose);
     result.residual = state.residual;

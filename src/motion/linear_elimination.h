@@ -19,12 +19,18 @@ public:
     // False when a pivot is too small for the system to have one solution;
     // Solve may then not be called.
     bool Reduce(const Matrix& a);
-    void Solve(Vector b, Vector* x) const;
+    void Solve(const Vector& b, Vector* x) const;
 
 private:
-    Matrix upper{};                      // the matrix after elimination
-    Matrix factors{};                    // factors[col][row]: row -= factor * col
-    std::array<std::size_t, kSize> pivotRows{};  // row swapped into place at each column
+    bool EliminateColumn(std::size_t col);
+    void Substitute(Vector* y) const;
+
+    // The matrix after elimination on and above the diagonal; below it, the
+    // factor each row's elimination used (row -= factor * pivot row). Rows
+    // are swapped whole, factors included, so that a right-hand side can be
+    // put in pivot order at once and then eliminated without swaps.
+    Matrix reduced{};
+    std::array<std::size_t, kSize> order{};  // the original row now at each position
 };
 
 }  // namespace ZEPTASDK

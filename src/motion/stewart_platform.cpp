@@ -75,6 +75,15 @@ double LargestAngle(const Cosines& cosines)
     return largest;
 }
 
+ZEPTASDK::LegsByAxis ByAxis(const std::array<Vec3, StewartPlatform::kActuators>& joints)
+{
+    ZEPTASDK::LegsByAxis byAxis;
+    for (std::size_t axis = 0; axis < byAxis.size(); ++axis) {
+        for (std::size_t i = 0; i < joints.size(); ++i) byAxis[axis][i] = joints[i][axis];
+    }
+    return byAxis;
+}
+
 bool IsZero(const Vec3& v)
 {
     return v[0] == 0.0 && v[1] == 0.0 && v[2] == 0.0;
@@ -128,15 +137,27 @@ StewartPlatform::Rotation StewartPlatform::RotationOf(const RotationTrig& trig)
             Vec3{-sp, sr * cp, cr * cp}};
 }
 
+// The platform joints lie in the platform's plane (z = 0), so the third
+// column of the rotation never reaches them: its product with that zero could
+// only change the sign of a zero leg component, which squaring removes.
 StewartPlatform::Orientation StewartPlatform::Orient(const RotationTrig& trig) const
 {
-    Orientation o{RotationOf(trig), {}};
-    for (std::size_t axis = 0; axis < o.rotation.size(); ++axis) {
+    const Rotation rotation = RotationOf(trig);
+    const ZEPTASDK::LegsByAxis anchors = ByAxis(platformAnchors);
+    ZEPTASDK::LegsByAxis turned;
+    for (std::size_t axis = 0; axis < rotation.size(); ++axis) {
+        const double alongX = rotation[axis][0];
+        const double alongY = rotation[axis][1];
         for (std::size_t i = 0; i < kActuators; ++i) {
-            o.turnedAnchors[axis][i] = Dot(o.rotation[axis], platformAnchors[i]);
+            turned[axis][i] = alongX * anchors[0][i] + alongY * anchors[1][i];
         }
     }
-    return o;
+    return {rotation, turned};
+}
+
+ZEPTASDK::LegsByAxis StewartPlatform::BaseByAxis() const
+{
+    return ByAxis(baseAnchors);
 }
 
 StewartPlatform::Transform StewartPlatform::buildTransform(const Pose& pose,
@@ -171,22 +192,18 @@ StewartPlatform::Vec3 StewartPlatform::PlatformTranslation(const Pose& pose,
     return Add(translation, Subtract(Rotate(rotation, pivotOffset), pivotOffset));
 }
 
-// From the base joint of leg i to its platform joint.
-StewartPlatform::Vec3 StewartPlatform::Leg(const Orientation& orientation,
-                                           const Vec3& translation, std::size_t i) const
-{
-    const auto& turned = orientation.turnedAnchors;
-    const Vec3& base = baseAnchors[i];
-    return {turned[0][i] + translation[0] - base[0], turned[1][i] + translation[1] - base[1],
-            turned[2][i] + translation[2] - base[2]};
-}
-
 StewartPlatform::Lengths StewartPlatform::LengthsAt(const Orientation& orientation,
                                                     const Vec3& translation) const
 {
-    Lengths lengths{};
-    for (std::size_t i = 0; i < kActuators; ++i) lengths[i] = Norm(Leg(orientation, translation, i));
-    return lengths;
+    return LengthsAt(orientation, translation, BaseByAxis());
+}
+
+// The same, with the base joints already laid out by axis.
+StewartPlatform::Lengths StewartPlatform::LengthsAt(const Orientation& orientation,
+                                                    const Vec3& translation,
+                                                    const ZEPTASDK::LegsByAxis& base) const
+{
+    return ZEPTASDK::LengthsOf(ZEPTASDK::LegsOf(orientation.turnedAnchors, translation, base));
 }
 
 StewartPlatform::LegState StewartPlatform::LegStateOf(const Pose& pose,
@@ -199,11 +216,12 @@ StewartPlatform::LegState StewartPlatform::LegStateOf(const Pose& pose,
 StewartPlatform::LegState StewartPlatform::LegStateAt(const Orientation& orientation,
                                                       const Vec3& translation) const
 {
-    LegState state{{}, 0.0};
+    const ZEPTASDK::LegsByAxis legs =
+        ZEPTASDK::LegsOf(orientation.turnedAnchors, translation, BaseByAxis());
+    LegState state{ZEPTASDK::LengthsOf(legs), 0.0};
     Cosines cosines{};
     for (std::size_t i = 0; i < kActuators; ++i) {
-        const Vec3 leg = Leg(orientation, translation, i);
-        state.lengths[i] = Norm(leg);
+        const Vec3 leg{legs[0][i], legs[1][i], legs[2][i]};
         cosines[i] = Dot(leg, homeDirections[i]) / state.lengths[i];
     }
     for (std::size_t i = 0; i < kActuators; ++i) {
@@ -297,16 +315,26 @@ StewartPlatform::ChosenPose StewartPlatform::ChoosePose(const Pose& pose, Coordi
     return {scaled, LegStateOf(scaled, system)};
 }
 
+// Worked on local copies and stored at the end: writes through result could
+// otherwise alias this platform's limits and force them to be reread for
+// every leg.
 void StewartPlatform::FillStrokeLengths(const Lengths& raw, FrameResult* result) const
 {
-    result->withinStroke = true;
+    Lengths lengths{};
+    bool softened = false;
+    bool withinStroke = true;
     for (std::size_t i = 0; i < kActuators; ++i) {
         const double length = softLimitEnabled ? ApplySoftLimit(raw[i]) : raw[i];
-        if (std::fabs(length - raw[i]) > kSoftLimitReportThreshold) result->limited = true;
-        if (!(length >= minLength && length <= maxLength)) result->withinStroke = false;
-        result->lengths[i] = length;
+        if (std::fabs(length - raw[i]) > kSoftLimitReportThreshold) softened = true;
+        if (!(length >= minLength && length <= maxLength)) withinStroke = false;
+        lengths[i] = length;
     }
-    for (std::size_t i = 0; i < kActuators; ++i) result->values[i] = Normalise(result->lengths[i]);
+    ActuatorValues values{};
+    for (std::size_t i = 0; i < kActuators; ++i) values[i] = Normalise(lengths[i]);
+    if (softened) result->limited = true;
+    result->withinStroke = withinStroke;
+    result->lengths = lengths;
+    result->values = values;
 }
 
 StewartPlatform::FrameResult StewartPlatform::SafeLengths(const Pose& pose,

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "motion/leg_vectors.h"
 #include "motion/linear_elimination.h"
 #include "zepta/export.h"
 
@@ -16,6 +17,7 @@ class ZEPTA_API StewartPlatform {
 public:
     static constexpr std::size_t kActuators = 6;
     static constexpr std::size_t kPoseComponents = 6;
+    static_assert(kActuators == ZEPTASDK::kLegCount, "the legs are laid out for six actuators");
 
     using Vec3 = std::array<double, 3>;
     using Transform = std::array<std::array<double, 4>, 4>;
@@ -131,7 +133,7 @@ private:
     // by axis, so that the six legs' arithmetic runs side by side.
     struct Orientation {
         Rotation rotation;
-        std::array<std::array<double, kActuators>, 3> turnedAnchors;  // [axis][leg]
+        ZEPTASDK::LegsByAxis turnedAnchors;
     };
 
     struct LegState {
@@ -150,8 +152,10 @@ private:
     Orientation Orient(const RotationTrig& trig) const;
     Vec3 TranslationOf(const Pose& pose, const Rotation& rotation, CoordinateSystem system) const;
     Vec3 PlatformTranslation(const Pose& pose, const Rotation& rotation) const;
-    Vec3 Leg(const Orientation& orientation, const Vec3& translation, std::size_t i) const;
+    ZEPTASDK::LegsByAxis BaseByAxis() const;
     Lengths LengthsAt(const Orientation& orientation, const Vec3& translation) const;
+    Lengths LengthsAt(const Orientation& orientation, const Vec3& translation,
+                      const ZEPTASDK::LegsByAxis& base) const;
     LegState LegStateAt(const Orientation& orientation, const Vec3& translation) const;
     LegState LegStateOf(const Pose& pose, CoordinateSystem system) const;
     double AngleLimit() const;
@@ -198,9 +202,10 @@ private:
     bool Iterate(const Lengths& target, StartPoint* start, CoordinateSystem system,
                  const ForwardLimits& limits, NewtonState* state, ForwardResult* result) const;
     PoseMeasure Measure(const PoseVector& pose, CoordinateSystem system) const;
-    static NewtonState Compare(const PoseMeasure& measure, const Lengths& target);
-    Lengths LengthsNear(const PoseMeasure& measure, const PoseVector& nearby, std::size_t changed,
-                        CoordinateSystem system) const;
+    void MeasureInto(const PoseVector& pose, CoordinateSystem system, PoseMeasure* measure) const;
+    static void Compare(const Lengths& target, NewtonState* state);
+    Lengths SteppedLengths(const PoseMeasure& measure, std::size_t component, double offset,
+                           CoordinateSystem system, const ZEPTASDK::LegsByAxis& base) const;
     ZEPTASDK::LinearElimination::Matrix JacobianAt(const PoseMeasure& measure,
                                                    CoordinateSystem system) const;
     bool NewtonDirection(const NewtonState& state, StartPoint* start, CoordinateSystem system,

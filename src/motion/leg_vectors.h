@@ -1,0 +1,47 @@
+// The six legs of a platform position, held by axis: [axis][leg]. Written as
+// plain loops over the legs, the arithmetic of neighbouring legs runs side by
+// side in vector registers (packed square roots included). The functions
+// return fresh values rather than fill a caller's arrays, so the compiler
+// knows nothing else is written meanwhile and keeps the legs in registers.
+#ifndef ZEPTA_MOTION_LEG_VECTORS_H
+#define ZEPTA_MOTION_LEG_VECTORS_H
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+
+namespace ZEPTASDK {
+
+constexpr std::size_t kLegCount = 6;
+constexpr std::size_t kAxes = 3;
+
+using LegValues = std::array<double, kLegCount>;
+using LegsByAxis = std::array<LegValues, kAxes>;
+
+// From each base joint to its platform joint, turned and then moved by the
+// translation.
+inline LegsByAxis LegsOf(const LegsByAxis& turned, const std::array<double, kAxes>& translation,
+                         const LegsByAxis& base)
+{
+    LegsByAxis legs;
+    for (std::size_t axis = 0; axis < kAxes; ++axis) {
+        for (std::size_t i = 0; i < kLegCount; ++i) {
+            legs[axis][i] = turned[axis][i] + translation[axis] - base[axis][i];
+        }
+    }
+    return legs;
+}
+
+inline LegValues LengthsOf(const LegsByAxis& legs)
+{
+    LegValues lengths;
+    for (std::size_t i = 0; i < kLegCount; ++i) {
+        lengths[i] = std::sqrt(legs[0][i] * legs[0][i] + legs[1][i] * legs[1][i] +
+                               legs[2][i] * legs[2][i]);
+    }
+    return lengths;
+}
+
+}  // namespace ZEPTASDK
+
+#endif
