@@ -1,15 +1,13 @@
 // The receive path of `zepta ride`, driven for real: a game socket sends each
-// datagram on loopback to the stream's UDP receiver, whose thread decodes it
-// into the latest sample; the application thread then runs one output frame
-// on it (snapshot, washout, safety, rig writer) and writes the packet to a
-// session on the emulated six-axis seat. The wait for the next output tick,
-// up to one output period by design, is left out: the frame runs as soon as
-// the sample is there. On loopback the kernel delivers the datagram, and
-// wakes the receiving thread, within the game's sendto, so the datagram has
-// arrived when sendto returns; the path is timed from there, and what
-// sendto itself took is noted beside it. The receiving thread stamps the
-// datagram when recv returns, so its decode (a tenth of a microsecond, see
-// the decode rows) is the one step the sum leaves out.
+// datagram on loopback to the stream's UDP receiver; a stand-in for the
+// output loop then does what the loop does at its tick: takes what has
+// arrived (one poll, the datagram received and decoded into the latest
+// sample), runs one output frame on it (snapshot, washout, safety, rig
+// writer) and writes the packet to a session on the emulated six-axis seat.
+// The wait for the tick, up to one output period by design, is left out. On
+// loopback the kernel has queued the datagram when the game's sendto
+// returns, so the path is timed from there, and what sendto itself took is
+// noted beside it.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -39,11 +37,11 @@ using zepta_ride::TelemetryFormat;
 
 constexpr TelemetryFormat kPathFormat = TelemetryFormat::Forza;
 constexpr std::size_t kPathDatagrams = 4000;
-// Long enough for the receiving thread to be asleep in poll() again, as it
-// is between a game's datagrams.
+// Long enough for the session's update thread to be asleep again, as it is
+// between a game's datagrams.
 constexpr auto kDatagramPause = 2ms;
-// How long the stand-in for the output loop sleeps between looks at the
-// stream, the wait for its tick that the figure leaves out.
+// Should a look at the sockets find nothing, the next one comes this much
+// later.
 constexpr auto kTickWait = 200us;
 constexpr auto kStepTimeout = 5s;
 constexpr std::size_t kForgetEvery = 1000;
@@ -90,13 +88,14 @@ void AwaitFrameAfter(std::uint64_t count)
     }
 }
 
-// Sleeps until the stream has taken more than `received` datagrams: the
-// output loop sleeps between its ticks and leaves the cores to the receiving
-// thread.
-void AwaitDatagram(const LatestSample& stream, std::uint64_t received)
+// Takes what has arrived until the stream has more than `received`
+// datagrams; on loopback the first look finds it.
+void TakeDatagram(zepta_cli::UdpReceiver& receiver, const LatestSample& stream, std::uint64_t received)
 {
     const Clock::time_point deadline = Clock::now() + kStepTimeout;
-    while (stream.Snapshot().received <= received) {
+    for (;;) {
+        receiver.TakeArrived(Clock::now());
+        if (stream.Snapshot().received > received) return;
         if (Clock::now() >= deadline) throw std::runtime_error("the ride stream did not take a datagram");
         std::this_thread::sleep_for(kTickWait);
     }
@@ -105,9 +104,9 @@ void AwaitDatagram(const LatestSample& stream, std::uint64_t received)
 UsbRigOptions SixAxisSeat() { return UsbRigOptions{SixAxisSeatDerived().identity, zepta_ride::RigWriter::kAxisMode}; }
 
 struct PathSamples {
-    std::vector<double> total;     // receive + frame
-    std::vector<double> receive;   // sendto returned .. receiving thread has the datagram
-    std::vector<double> frame;     // output tick: snapshot .. Write returned
+    std::vector<double> total;     // sendto returned .. Write returned
+    std::vector<double> receive;   // sendto returned .. datagram taken and decoded
+    std::vector<double> frame;     // snapshot .. Write returned
     std::vector<double> send;      // sendto called .. sendto returned
 };
 
@@ -126,18 +125,16 @@ PathSamples RunReceivePath()
         const Clock::time_point sending = Clock::now();
         game.Send(lap.Data(i), lap.Size(i));
         const Clock::time_point sent = Clock::now();
-        AwaitDatagram(stream, i);
-        const Clock::time_point tick = Clock::now();
-        const StreamSnapshot snapshot = stream.Snapshot();
+        TakeDatagram(receiver, stream, i);
+        const Clock::time_point taken = Clock::now();
+        const StreamSnapshot& snapshot = stream.Snapshot();
         zeptaWrite(rig.Handle(), &chain.Step(snapshot.sample));
         const Clock::time_point written = Clock::now();
         if (snapshot.decoded != i + 1) throw std::runtime_error("the ride stream dropped a datagram");
-        // Zero when the receiving thread had the datagram before sendto returned.
-        const double receive = std::max(0.0, Nanoseconds(snapshot.sampleAt - sent));
-        samples.total.push_back(receive + Nanoseconds(written - tick));
-        samples.receive.push_back(receive);
+        samples.total.push_back(Nanoseconds(written - sent));
+        samples.receive.push_back(Nanoseconds(taken - sent));
         samples.send.push_back(Nanoseconds(sent - sending));
-        samples.frame.push_back(Nanoseconds(written - tick));
+        samples.frame.push_back(Nanoseconds(written - taken));
         AwaitFrameAfter(frames);
         if (i % kForgetEvery == 0) rig.ForgetReceived();
         std::this_thread::sleep_for(kDatagramPause);
@@ -193,13 +190,13 @@ void MeasureRideReceivePath(Report& report)
     auto median = [](std::vector<double>& ns) { return FormatNumber(Scaled(Summarise(ns), kNsPerUs).median); };
     Figure path = MicrosecondsFigure(
         "ride.receive_to_write",
-        "Ride: forza datagram arrived (game's sendto on loopback returned) to zeptaWrite returned: receive "
-        "thread wakes and decodes; snapshot, cueing, safety, writer, Write (output tick wait excluded)",
+        "Ride: forza datagram arrived (game's sendto on loopback returned) to zeptaWrite returned: at the "
+        "output tick, receive and decode; snapshot, cueing, safety, writer, Write (tick wait excluded)",
         samples.total);
     path.target = "p50 <= " + FormatNumber(kPathMedianUs) + ", p99 <= " + FormatNumber(kPathP99Us);
     path.met = path.spread->median <= kPathMedianUs && path.spread->p99 <= kPathP99Us;
-    path.note = "per datagram: receiving thread has it (after sendto returned, median " + median(samples.receive) +
-                " us) plus the output frame from a sleeping thread (median " + median(samples.frame) +
+    path.note = "per datagram: received and decoded (median " + median(samples.receive) +
+                " us), then the output frame (median " + median(samples.frame) +
                 " us); the game's sendto itself median " + median(samples.send) +
                 " us; emulated six-axis seat, 2 ms pause after each frame";
     report.Add(path);
@@ -214,7 +211,7 @@ void MeasureRideAllocations(Report& report)
     report.Add(AllocationFigure("alloc.ride.datagram", "Ride: heap allocations per datagram taken by the stream",
                                 "allocations/datagram", datagramAllocations, datagrams,
                                 FormatNumber(datagrams) + " datagrams of all six formats through the stream's "
-                                                          "Take, as its receive thread calls it"));
+                                                          "Take, as the output loop calls it"));
     const std::uint64_t frameAllocations = CountFrameAllocations(stream);
     report.Add(AllocationFigure("alloc.ride.frame", "Ride: heap allocations per output frame, Write included",
                                 "allocations/frame", frameAllocations, static_cast<double>(kAllocationFrames),

@@ -1,7 +1,7 @@
-// zepta ride: moves the rig with a game. The game's telemetry datagrams are
-// decoded on a receiving thread; at the output rate one washout step and one
-// safety step turn the latest sample into a pose, and the rig writer into a
-// packet for the session. A stop (Ctrl-C, SIGTERM, the end of --seconds or
+// zepta ride: moves the rig with a game. At the output rate the game's
+// telemetry datagrams that have arrived are decoded, then one washout step
+// and one safety step turn the latest sample into a pose, and the rig writer
+// into a packet for the session. A stop (Ctrl-C, SIGTERM, the end of --seconds or
 // of a replay) eases the rig to neutral before it parks at its origin.
 #include <cmath>
 #include <cstdio>
@@ -150,7 +150,7 @@ public:
     }
 
     // Runs frames until the safety stage has eased to neutral after a stop.
-    void Run(LatestSample& stream, const DatagramReplayer* replayer)
+    void Run(LatestSample& stream, DatagramSource& source)
     {
         const double period = 1.0 / setup.profile.rateHz;
         _korve_data_packet packet = CliSession::NeutralPacket();
@@ -159,9 +159,10 @@ public:
             const double time = static_cast<double>(frame) * period;
             std::this_thread::sleep_until(start + std::chrono::duration_cast<RideClock::duration>(
                                                       std::chrono::duration<double>(time)));
-            if (StopDue(time, replayer)) safety.RequestStop();
+            if (StopDue(time, source)) safety.RequestStop();
             const RideClock::time_point now = RideClock::now();
-            const StreamSnapshot snapshot = stream.Snapshot();
+            source.TakeArrived(now);
+            const StreamSnapshot& snapshot = stream.Snapshot();
             const zepta_ride::RigPose pose = setup.pipeline.Step(snapshot, now);
             setup.pipeline.writer.Fill(pose, packet);
             if (session != nullptr) Send(packet);
@@ -180,11 +181,11 @@ public:
     bool Interrupted() const { return interrupted; }
 
 private:
-    bool StopDue(double time, const DatagramReplayer* replayer)
+    bool StopDue(double time, const DatagramSource& source)
     {
         if (StopRequested()) interrupted = true;
         return interrupted || (options.seconds && time >= *options.seconds) ||
-               (replayer != nullptr && replayer->Finished());
+               source.Finished();
     }
 
     void Send(const _korve_data_packet& packet)
@@ -231,14 +232,14 @@ void RunFrames(RideSetup& setup, const RideOptions& options, Console& console, C
         DatagramReplayer replayer(*setup.replay, stream, ride.Start());
         console.Line("replaying " + std::to_string(setup.replay->datagrams.size()) + " datagrams from " +
                      options.replay);
-        ride.Run(stream, &replayer);
+        ride.Run(stream, replayer);
     } else {
         const std::vector<std::uint16_t> ports = Ports(options);
         UdpReceiver receiver(ports, stream);
         console.Line("listening for game telemetry on UDP port(s) " + PortList(ports));
-        ride.Run(stream, nullptr);
+        ride.Run(stream, receiver);
     }
-    const StreamSnapshot last = stream.Snapshot();
+    const StreamSnapshot& last = stream.Snapshot();
     std::printf("%s: %ld frames, %llu datagrams received, %llu decoded; eased to neutral\n",
                 ride.Interrupted() ? "interrupted" : "ride done", ride.Frames(),
                 static_cast<unsigned long long>(last.received), static_cast<unsigned long long>(last.decoded));

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <string>
 
 #include "cli_errors.h"
@@ -16,9 +17,8 @@ namespace zepta_cli {
 
 namespace {
 
-// How often the receiving threads look at their stop flag.
-constexpr int kPollMilliseconds = 100;
-constexpr auto kReplayNap = std::chrono::milliseconds(kPollMilliseconds);
+// Room for the one control message asked for: the kernel's time stamp.
+constexpr std::size_t kControlBytes = CMSG_SPACE(sizeof(timespec));
 
 zepta_ride::TelemetryDecoder MakeDecoder(std::optional<zepta_ride::TelemetryFormat> only)
 {
@@ -33,12 +33,33 @@ int BoundSocket(std::uint16_t port)
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_ANY);
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_TIMESTAMPNS, &on, sizeof on);
     if (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         const int error = errno;
         close(fd);
         throw DeviceTrouble("cannot receive on UDP port " + std::to_string(port) + ": " + std::strerror(error));
     }
     return fd;
+}
+
+// The kernel stamps a datagram on the real-time clock and the ride counts on
+// the steady one: how long ago it arrived carries over from one to the
+// other. Without a stamp, or with the real-time clock set back meanwhile,
+// the datagram counts as arriving now.
+RideClock::time_point ArrivalOf(msghdr& message)
+{
+    const RideClock::time_point now = RideClock::now();
+    for (cmsghdr* c = CMSG_FIRSTHDR(&message); c != nullptr; c = CMSG_NXTHDR(&message, c)) {
+        if (c->cmsg_level != SOL_SOCKET || c->cmsg_type != SCM_TIMESTAMPNS) continue;
+        timespec stamp{};
+        std::memcpy(&stamp, CMSG_DATA(c), sizeof stamp);
+        const auto received = std::chrono::seconds(stamp.tv_sec) + std::chrono::nanoseconds(stamp.tv_nsec);
+        const auto age = std::chrono::system_clock::now().time_since_epoch() - received;
+        return now - std::max<RideClock::duration>(std::chrono::duration_cast<RideClock::duration>(age),
+                                                    RideClock::duration::zero());
+    }
+    return now;
 }
 
 }  // namespace
@@ -57,23 +78,16 @@ void LatestSample::Take(std::uint16_t port, const std::uint8_t* data, std::size_
                     port, data, static_cast<std::uint16_t>(std::min<std::size_t>(size, UINT16_MAX)));
     }
     const zepta_ride::DecodeOutcome outcome = decoder.Decode(data, size, decoding);
-    std::lock_guard<std::mutex> guard(lock);
-    ++shared.received;
+    ++latest.received;
     if (outcome.decoded) {
-        ++shared.decoded;
-        shared.sample = decoding;
-        shared.hasSample = true;
-        shared.sampleAt = at;
-        shared.format = outcome.format;
+        ++latest.decoded;
+        latest.sample = decoding;
+        latest.hasSample = true;
+        latest.sampleAt = at;
+        latest.format = outcome.format;
     } else {
-        ++shared.dropped[static_cast<std::size_t>(outcome.reason)];
+        ++latest.dropped[static_cast<std::size_t>(outcome.reason)];
     }
-}
-
-StreamSnapshot LatestSample::Snapshot() const
-{
-    std::lock_guard<std::mutex> guard(lock);
-    return shared;
 }
 
 UdpReceiver::UdpReceiver(const std::vector<std::uint16_t>& ports, LatestSample& sink) : sink(sink), ports(ports)
@@ -84,57 +98,53 @@ UdpReceiver::UdpReceiver(const std::vector<std::uint16_t>& ports, LatestSample& 
         for (const int fd : sockets) close(fd);
         throw;
     }
-    thread = std::thread([this] { Run(); });
+    for (const int fd : sockets) waiting.push_back({fd, POLLIN, 0});
 }
 
 UdpReceiver::~UdpReceiver()
 {
-    stop = true;
-    thread.join();
     for (const int fd : sockets) close(fd);
 }
 
-void UdpReceiver::Run()
+void UdpReceiver::TakeArrived(RideClock::time_point)
 {
-    std::vector<pollfd> waiting;
-    for (const int fd : sockets) waiting.push_back({fd, POLLIN, 0});
-    while (!stop) {
-        if (poll(waiting.data(), waiting.size(), kPollMilliseconds) <= 0) continue;
-        for (std::size_t i = 0; i < waiting.size(); ++i) {
-            if (waiting[i].revents & POLLIN) ReceiveOne(waiting[i].fd, ports[i]);
+    if (poll(waiting.data(), waiting.size(), 0) <= 0) return;
+    for (std::size_t i = 0; i < sockets.size(); ++i) {
+        if (waiting[i].revents & POLLIN) {
+            while (ReceiveOne(sockets[i], ports[i])) {
+            }
         }
     }
 }
 
-// One datagram per readiness: poll reports a socket with more queued at
-// once, and a game sends one at a time, so no second recv is spent finding
-// the queue empty.
-void UdpReceiver::ReceiveOne(int socketFd, std::uint16_t port)
+bool UdpReceiver::ReceiveOne(int socketFd, std::uint16_t port)
 {
-    const ssize_t size = recv(socketFd, buffer.data(), buffer.size(), 0);
-    if (size >= 0) sink.Take(port, buffer.data(), static_cast<std::size_t>(size), RideClock::now());
+    iovec data{buffer.data(), buffer.size()};
+    alignas(cmsghdr) std::array<char, kControlBytes> control{};
+    msghdr message{};
+    message.msg_iov = &data;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    const ssize_t size = recvmsg(socketFd, &message, 0);
+    if (size < 0) return false;
+    sink.Take(port, buffer.data(), static_cast<std::size_t>(size), ArrivalOf(message));
+    return true;
 }
 
 DatagramReplayer::DatagramReplayer(const DatagramLog& log, LatestSample& sink, RideClock::time_point start)
-    : log(log), sink(sink), start(start), thread([this] { Run(); })
+    : log(log), sink(sink), start(start)
 {
 }
 
-DatagramReplayer::~DatagramReplayer()
+void DatagramReplayer::TakeArrived(RideClock::time_point now)
 {
-    stop = true;
-    thread.join();
-}
-
-void DatagramReplayer::Run()
-{
-    for (const LoggedDatagram& datagram : log.datagrams) {
+    for (; next < log.datagrams.size(); ++next) {
+        const LoggedDatagram& datagram = log.datagrams[next];
         const RideClock::time_point due = start + std::chrono::nanoseconds(datagram.arrivalNs);
-        while (!stop && RideClock::now() < due) std::this_thread::sleep_until(std::min(due, RideClock::now() + kReplayNap));
-        if (stop) return;
+        if (due > now) return;
         sink.Take(datagram.port, log.bytes.data() + datagram.offset, datagram.length, due);
     }
-    finished = true;
 }
 
 }  // namespace zepta_cli

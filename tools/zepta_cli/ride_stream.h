@@ -1,18 +1,18 @@
-// Where the game's datagrams go in `zepta ride`: the receiving side (UDP
-// sockets, or a recording played back at its own timing) runs on a thread of
-// its own and hands each datagram to a LatestSample, which decodes it and
-// keeps the latest valid sample. The output loop copies that under a short
-// lock, so receiving never holds up a frame.
+// Where the game's datagrams go in `zepta ride`: at every output tick the
+// output loop collects what has arrived since the last one (from UDP
+// sockets, or the part of a recording that is due) and hands each datagram to
+// a LatestSample, which decodes it and keeps the latest valid sample. Nothing
+// waits for a datagram, so a game's telemetry costs no thread wake-ups of its
+// own, and each frame still runs on the newest sample.
 #ifndef ZEPTA_CLI_RIDE_STREAM_H
 #define ZEPTA_CLI_RIDE_STREAM_H
 
+#include <poll.h>
+
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <mutex>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "datagram_log.h"
@@ -40,61 +40,66 @@ public:
     LatestSample(std::optional<zepta_ride::TelemetryFormat> only, DatagramLogWriter* record,
                  RideClock::time_point start);
 
-    // Called by the receiving thread only.
     void Take(std::uint16_t port, const std::uint8_t* data, std::size_t size, RideClock::time_point at);
-    StreamSnapshot Snapshot() const;
+    const StreamSnapshot& Snapshot() const { return latest; }
 
 private:
     zepta_ride::TelemetryDecoder decoder;
     zepta_ride::MotionSample decoding;
     DatagramLogWriter* record;
     RideClock::time_point start;
-    mutable std::mutex lock;
-    StreamSnapshot shared;   // guarded by lock
+    StreamSnapshot latest;
+};
+
+// What feeds the stream: asked once per output tick for what is there.
+class DatagramSource {
+public:
+    virtual ~DatagramSource() = default;
+    // Hands every datagram that has arrived (or fallen due) by `now` to the sink.
+    virtual void TakeArrived(RideClock::time_point now) = 0;
+    // Nothing more will come (the end of a recording).
+    virtual bool Finished() const = 0;
 };
 
 // Receives on the given UDP ports, on all local addresses; it only receives.
-class UdpReceiver {
+class UdpReceiver : public DatagramSource {
 public:
     // Binds every port; throws DeviceTrouble naming a port it cannot bind.
     UdpReceiver(const std::vector<std::uint16_t>& ports, LatestSample& sink);
-    ~UdpReceiver();
+    ~UdpReceiver() override;
     UdpReceiver(const UdpReceiver&) = delete;
     UdpReceiver& operator=(const UdpReceiver&) = delete;
 
+    // Each datagram is stamped with the time the kernel received it.
+    void TakeArrived(RideClock::time_point now) override;
+    bool Finished() const override { return false; }
+
 private:
-    void Run();
-    void ReceiveOne(int socketFd, std::uint16_t port);
+    // False once the socket has nothing more.
+    bool ReceiveOne(int socketFd, std::uint16_t port);
 
     LatestSample& sink;
     std::vector<int> sockets;
     std::vector<std::uint16_t> ports;
+    std::vector<pollfd> waiting;   // one per socket, for poll
     static constexpr std::size_t kLargestDatagram = 65536;
     std::array<std::uint8_t, kLargestDatagram> buffer{};
-    std::atomic<bool> stop{false};
-    std::thread thread;
 };
 
-// Feeds a recording to the sink at its own timing, counted from `start`.
-class DatagramReplayer {
+// Feeds a recording to the sink at its own timing, counted from `start`:
+// each datagram when its arrival time has come, stamped with that time.
+class DatagramReplayer : public DatagramSource {
 public:
     DatagramReplayer(const DatagramLog& log, LatestSample& sink, RideClock::time_point start);
-    ~DatagramReplayer();
-    DatagramReplayer(const DatagramReplayer&) = delete;
-    DatagramReplayer& operator=(const DatagramReplayer&) = delete;
 
-    // Every datagram has been fed.
-    bool Finished() const { return finished; }
+    void TakeArrived(RideClock::time_point now) override;
+    bool Finished() const override { return next == log.datagrams.size(); }
 
 private:
-    void Run();
-
     const DatagramLog& log;
     LatestSample& sink;
     RideClock::time_point start;
-    std::atomic<bool> stop{false};
-    std::atomic<bool> finished{false};
-    std::thread thread;
+    std::size_t next = 0;
 };
 
 }  // namespace zepta_cli
