@@ -84,6 +84,17 @@ ZEPTASDK::LegsByAxis ByAxis(const std::array<Vec3, StewartPlatform::kActuators>&
     return byAxis;
 }
 
+// One axis of the turned platform joints, from the two rotation entries of
+// that axis's row that meet the joints' x and y.
+ZEPTASDK::LegValues TurnedAxis(double alongX, double alongY, const ZEPTASDK::LegsByAxis& anchors)
+{
+    ZEPTASDK::LegValues turned;
+    for (std::size_t i = 0; i < turned.size(); ++i) {
+        turned[i] = alongX * anchors[0][i] + alongY * anchors[1][i];
+    }
+    return turned;
+}
+
 bool IsZero(const Vec3& v)
 {
     return v[0] == 0.0 && v[1] == 0.0 && v[2] == 0.0;
@@ -139,20 +150,17 @@ StewartPlatform::Rotation StewartPlatform::RotationOf(const RotationTrig& trig)
 
 // The platform joints lie in the platform's plane (z = 0), so the third
 // column of the rotation never reaches them: its product with that zero could
-// only change the sign of a zero leg component, which squaring removes.
+// only change the sign of a zero leg component, which squaring removes. The
+// joints are turned with the rotation's entries as they are computed, not read
+// back from the stored rotation, so the entries stay in registers.
 StewartPlatform::Orientation StewartPlatform::Orient(const RotationTrig& trig) const
 {
     const Rotation rotation = RotationOf(trig);
     const ZEPTASDK::LegsByAxis anchors = ByAxis(platformAnchors);
-    ZEPTASDK::LegsByAxis turned;
-    for (std::size_t axis = 0; axis < rotation.size(); ++axis) {
-        const double alongX = rotation[axis][0];
-        const double alongY = rotation[axis][1];
-        for (std::size_t i = 0; i < kActuators; ++i) {
-            turned[axis][i] = alongX * anchors[0][i] + alongY * anchors[1][i];
-        }
-    }
-    return {rotation, turned};
+    return {rotation,
+            {TurnedAxis(rotation[0][0], rotation[0][1], anchors),
+             TurnedAxis(rotation[1][0], rotation[1][1], anchors),
+             TurnedAxis(rotation[2][0], rotation[2][1], anchors)}};
 }
 
 ZEPTASDK::LegsByAxis StewartPlatform::BaseByAxis() const
