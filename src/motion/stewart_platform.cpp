@@ -304,31 +304,27 @@ double StewartPlatform::ToLength(double value) const
 
 // The pose actually used: the request, or the largest acceptable fraction of
 // it when the checks are on and it is not acceptable.
-StewartPlatform::ChosenPose StewartPlatform::ChoosePose(const Pose& pose, CoordinateSystem system,
-                                                        FrameResult* result) const
+StewartPlatform::ChosenPose StewartPlatform::ChoosePose(const Pose& pose,
+                                                        CoordinateSystem system) const
 {
     if (!ZEPTASDK::IsFinitePose(pose)) {
         // Nothing sensible can be scaled from a non-finite request: rest instead.
-        result->scale = 0.0;
-        result->limited = true;
-        return {Pose{}, LegStateOf(Pose{}, system)};
+        return {Pose{}, LegStateOf(Pose{}, system), 0.0, true, false};
     }
     const LegState requested = LegStateOf(pose, system);
-    if (!limitsEnabled || !rangeCheckEnabled) return {pose, requested};
-    result->angleLimited = angleCheckEnabled && BendsTooFar(requested.maxAngle);
-    if (IsAcceptable(requested)) return {pose, requested};
-    result->scale = LargestAcceptableFraction(pose, system);
-    result->limited = true;
-    const Pose scaled = ScalePose(pose, result->scale);
-    return {scaled, LegStateOf(scaled, system)};
+    if (!limitsEnabled || !rangeCheckEnabled) return {pose, requested, 1.0, false, false};
+    const bool angleLimited = angleCheckEnabled && BendsTooFar(requested.maxAngle);
+    if (IsAcceptable(requested)) return {pose, requested, 1.0, false, angleLimited};
+    const double scale = LargestAcceptableFraction(pose, system);
+    const Pose scaled = ScalePose(pose, scale);
+    return {scaled, LegStateOf(scaled, system), scale, true, angleLimited};
 }
 
-// Worked on local copies and stored at the end: writes through result could
-// otherwise alias this platform's limits and force them to be reread for
-// every leg.
-void StewartPlatform::FillStrokeLengths(const Lengths& raw, FrameResult* result) const
+// Worked on local copies: writes through a result could alias this
+// platform's limits and force them to be reread for every leg.
+StewartPlatform::Stroke StewartPlatform::StrokeOf(const Lengths& raw) const
 {
-    Lengths lengths{};
+    Lengths lengths;
     bool softened = false;
     bool withinStroke = true;
     for (std::size_t i = 0; i < kActuators; ++i) {
@@ -337,22 +333,23 @@ void StewartPlatform::FillStrokeLengths(const Lengths& raw, FrameResult* result)
         if (!(length >= minLength && length <= maxLength)) withinStroke = false;
         lengths[i] = length;
     }
-    ActuatorValues values{};
+    ActuatorValues values;
     for (std::size_t i = 0; i < kActuators; ++i) values[i] = Normalise(lengths[i]);
-    if (softened) result->limited = true;
-    result->withinStroke = withinStroke;
-    result->lengths = lengths;
-    result->values = values;
+    return {values, lengths, softened, withinStroke};
 }
 
+// The result is built in one go rather than default-constructed and filled:
+// that would clear the whole of it first, only to overwrite it. The joint
+// angle is not reported here, so maxAngle stays zero.
 StewartPlatform::FrameResult StewartPlatform::SafeLengths(const Pose& pose,
                                                           CoordinateSystem system) const
 {
-    FrameResult result;
-    const ChosenPose chosen = ChoosePose(pose, system, &result);
-    result.pose = chosen.pose;
-    FillStrokeLengths(chosen.legs.lengths, &result);
-    return result;
+    const ChosenPose chosen = ChoosePose(pose, system);
+    const Stroke stroke = StrokeOf(chosen.legs.lengths);
+    return {stroke.values,        stroke.lengths,
+            chosen.pose,          chosen.scale,
+            0.0,                  chosen.limited || stroke.softened,
+            chosen.angleLimited,  stroke.withinStroke};
 }
 
 StewartPlatform::SafeResult StewartPlatform::GetActuatorLengthsSafe(const Pose& pose,
