@@ -5,14 +5,13 @@
 #include <stdexcept>
 
 #include "motion/pose_math.h"
+#include "motion/stewart_platform_inline.h"
 
-using ZEPTASDK::Add;
 using ZEPTASDK::DegreesToRadians;
 using ZEPTASDK::Dot;
 using ZEPTASDK::Norm;
 using ZEPTASDK::RadiansToDegrees;
 using ZEPTASDK::ScalePose;
-using ZEPTASDK::Subtract;
 
 namespace {
 
@@ -37,13 +36,6 @@ std::array<Vec3, StewartPlatform::kActuators> AnchorsOnCircle(const std::vector<
         anchors[i] = {std::cos(a) * diameter / 2.0, std::sin(a) * diameter / 2.0, 0.0};
     }
     return anchors;
-}
-
-using Rotation = std::array<Vec3, 3>;
-
-Vec3 Rotate(const Rotation& r, const Vec3& v)
-{
-    return {Dot(r[0], v), Dot(r[1], v), Dot(r[2], v)};
 }
 
 using Cosines = std::array<double, StewartPlatform::kActuators>;
@@ -75,31 +67,6 @@ double LargestAngle(const Cosines& cosines)
     return largest;
 }
 
-ZEPTASDK::LegsByAxis ByAxis(const std::array<Vec3, StewartPlatform::kActuators>& joints)
-{
-    ZEPTASDK::LegsByAxis byAxis;
-    for (std::size_t axis = 0; axis < byAxis.size(); ++axis) {
-        for (std::size_t i = 0; i < joints.size(); ++i) byAxis[axis][i] = joints[i][axis];
-    }
-    return byAxis;
-}
-
-// One axis of the turned platform joints, from the two rotation entries of
-// that axis's row that meet the joints' x and y.
-ZEPTASDK::LegValues TurnedAxis(double alongX, double alongY, const ZEPTASDK::LegsByAxis& anchors)
-{
-    ZEPTASDK::LegValues turned;
-    for (std::size_t i = 0; i < turned.size(); ++i) {
-        turned[i] = alongX * anchors[0][i] + alongY * anchors[1][i];
-    }
-    return turned;
-}
-
-bool IsZero(const Vec3& v)
-{
-    return v[0] == 0.0 && v[1] == 0.0 && v[2] == 0.0;
-}
-
 }  // namespace
 
 StewartPlatform::StewartPlatform(double baseDiameter, double platformDiameter, double height,
@@ -124,50 +91,6 @@ StewartPlatform::StewartPlatform(double baseDiameter, double platformDiameter, d
     }
 }
 
-StewartPlatform::AngleTrig StewartPlatform::TrigOf(double degrees)
-{
-    const double radians = DegreesToRadians(degrees);
-    // Exactly what cos and sin give for a zero of either sign, without the calls.
-    if (radians == 0.0) return {1.0, radians};
-    return {std::cos(radians), std::sin(radians)};
-}
-
-StewartPlatform::RotationTrig StewartPlatform::TrigOf(const Pose& pose)
-{
-    return {TrigOf(pose.roll), TrigOf(pose.pitch), TrigOf(pose.yaw)};
-}
-
-// Rz(yaw) Ry(pitch) Rx(roll), multiplied out.
-StewartPlatform::Rotation StewartPlatform::RotationOf(const RotationTrig& trig)
-{
-    const double cr = trig.roll.cosine, sr = trig.roll.sine;
-    const double cp = trig.pitch.cosine, sp = trig.pitch.sine;
-    const double cy = trig.yaw.cosine, sy = trig.yaw.sine;
-    return {Vec3{cp * cy, sr * sp * cy - cr * sy, cr * sp * cy + sr * sy},
-            Vec3{cp * sy, sr * sp * sy + cr * cy, cr * sp * sy - sr * cy},
-            Vec3{-sp, sr * cp, cr * cp}};
-}
-
-// The platform joints lie in the platform's plane (z = 0), so the third
-// column of the rotation never reaches them: its product with that zero could
-// only change the sign of a zero leg component, which squaring removes. The
-// joints are turned with the rotation's entries as they are computed, not read
-// back from the stored rotation, so the entries stay in registers.
-StewartPlatform::Orientation StewartPlatform::Orient(const RotationTrig& trig) const
-{
-    const Rotation rotation = RotationOf(trig);
-    const ZEPTASDK::LegsByAxis anchors = ByAxis(platformAnchors);
-    return {rotation,
-            {TurnedAxis(rotation[0][0], rotation[0][1], anchors),
-             TurnedAxis(rotation[1][0], rotation[1][1], anchors),
-             TurnedAxis(rotation[2][0], rotation[2][1], anchors)}};
-}
-
-ZEPTASDK::LegsByAxis StewartPlatform::BaseByAxis() const
-{
-    return ByAxis(baseAnchors);
-}
-
 StewartPlatform::Transform StewartPlatform::buildTransform(const Pose& pose,
                                                           CoordinateSystem system) const
 {
@@ -179,39 +102,6 @@ StewartPlatform::Transform StewartPlatform::buildTransform(const Pose& pose,
     }
     t[kHomogeneousRow] = {0.0, 0.0, 0.0, 1.0};
     return t;
-}
-
-StewartPlatform::Vec3 StewartPlatform::TranslationOf(const Pose& pose, const Rotation& rotation,
-                                                     CoordinateSystem system) const
-{
-    if (system == Platform) return PlatformTranslation(pose, rotation);
-    return {pose.x, pose.y, pose.z + homeHeight};
-}
-
-// The pose's translation turned with the platform, raised to the home height
-// and, for a pivot away from the origin, moved so that the platform turns
-// about the pivot.
-StewartPlatform::Vec3 StewartPlatform::PlatformTranslation(const Pose& pose,
-                                                           const Rotation& rotation) const
-{
-    Vec3 translation = Rotate(rotation, {pose.x, pose.y, pose.z});
-    translation[2] += homeHeight;
-    if (IsZero(pivotOffset)) return translation;
-    return Add(translation, Subtract(Rotate(rotation, pivotOffset), pivotOffset));
-}
-
-StewartPlatform::Lengths StewartPlatform::LengthsAt(const Orientation& orientation,
-                                                    const Vec3& translation) const
-{
-    return LengthsAt(orientation, translation, BaseByAxis());
-}
-
-// The same, with the base joints already laid out by axis.
-StewartPlatform::Lengths StewartPlatform::LengthsAt(const Orientation& orientation,
-                                                    const Vec3& translation,
-                                                    const ZEPTASDK::LegsByAxis& base) const
-{
-    return ZEPTASDK::LengthsOf(ZEPTASDK::LegsOf(orientation.turnedAnchors, translation, base));
 }
 
 StewartPlatform::LegState StewartPlatform::LegStateOf(const Pose& pose,
