@@ -38,6 +38,15 @@ std::array<Vec3, StewartPlatform::kActuators> AnchorsOnCircle(const std::vector<
     return anchors;
 }
 
+// A length compressed towards the stroke ends once it passes lower or upper,
+// the ends of the stroke moved in by the margin m.
+double Compressed(double length, double lower, double upper, double m)
+{
+    if (length > upper) return upper + m * (1.0 - std::exp(-(length - upper) / m));
+    if (length < lower) return lower - m * (1.0 - std::exp(-(lower - length) / m));
+    return length;
+}
+
 using Cosines = std::array<double, StewartPlatform::kActuators>;
 
 // Cosines closer than this to the smallest one get their angle measured: acos
@@ -168,18 +177,24 @@ double StewartPlatform::LargestAcceptableFraction(const Pose& pose, CoordinateSy
 }
 
 // Lengths within softMargin of a stroke end are compressed exponentially, so
-// the actuator approaches its end stop smoothly and never reaches it.
-double StewartPlatform::ApplySoftLimit(double length) const
+// the actuator approaches its end stop smoothly and never reaches it. A margin
+// that does not fit twice into the stroke leaves a plain clamp.
+StewartPlatform::Lengths StewartPlatform::SoftLimited(const Lengths& raw) const
 {
+    const double shortest = minLength;
+    const double longest = maxLength;
     const double m = softMargin;
-    if (!(m > 0.0 && m <= (maxLength - minLength) / 2.0)) {
-        return std::clamp(length, minLength, maxLength);
+    Lengths lengths;
+    if (!(m > 0.0 && m <= (longest - shortest) / 2.0)) {
+        for (std::size_t i = 0; i < kActuators; ++i) {
+            lengths[i] = std::clamp(raw[i], shortest, longest);
+        }
+        return lengths;
     }
-    const double upper = maxLength - m;
-    const double lower = minLength + m;
-    if (length > upper) return upper + m * (1.0 - std::exp(-(length - upper) / m));
-    if (length < lower) return lower - m * (1.0 - std::exp(-(lower - length) / m));
-    return length;
+    for (std::size_t i = 0; i < kActuators; ++i) {
+        lengths[i] = Compressed(raw[i], shortest + m, longest - m, m);
+    }
+    return lengths;
 }
 
 double StewartPlatform::Normalise(double length) const
@@ -211,20 +226,21 @@ StewartPlatform::ChosenPose StewartPlatform::ChoosePose(const Pose& pose,
 }
 
 // Worked on local copies: writes through a result could alias this
-// platform's limits and force them to be reread for every leg.
+// platform's limits and force them to be reread for every leg. The flags are
+// gathered without branching, so the legs are checked side by side.
 StewartPlatform::Stroke StewartPlatform::StrokeOf(const Lengths& raw) const
 {
-    Lengths lengths;
+    const Lengths lengths = softLimitEnabled ? SoftLimited(raw) : raw;
+    const double shortest = minLength;
+    const double longest = maxLength;
     bool softened = false;
     bool withinStroke = true;
-    for (std::size_t i = 0; i < kActuators; ++i) {
-        const double length = softLimitEnabled ? ApplySoftLimit(raw[i]) : raw[i];
-        if (std::fabs(length - raw[i]) > kSoftLimitReportThreshold) softened = true;
-        if (!(length >= minLength && length <= maxLength)) withinStroke = false;
-        lengths[i] = length;
-    }
     ActuatorValues values;
-    for (std::size_t i = 0; i < kActuators; ++i) values[i] = Normalise(lengths[i]);
+    for (std::size_t i = 0; i < kActuators; ++i) {
+        softened |= std::fabs(lengths[i] - raw[i]) > kSoftLimitReportThreshold;
+        withinStroke &= lengths[i] >= shortest && lengths[i] <= longest;
+        values[i] = Normalise(lengths[i]);
+    }
     return {values, lengths, softened, withinStroke};
 }
 

@@ -174,7 +174,7 @@ private:
     bool IsAcceptable(const LegState& legs) const;
     double LargestAcceptableFraction(const Pose& pose, CoordinateSystem system) const;
     ChosenPose ChoosePose(const Pose& pose, CoordinateSystem system) const;
-    double ApplySoftLimit(double length) const;
+    Lengths SoftLimited(const Lengths& raw) const;
     Stroke StrokeOf(const Lengths& raw) const;
     static SafeResult ToSafeResult(const FrameResult& frame);
     double Normalise(double length) const;
