@@ -54,6 +54,11 @@ using Cosines = std::array<double, StewartPlatform::kActuators>;
 // come out in either order.
 constexpr double kCosineTie = 1e-9;
 
+bool IsNaN(double value)
+{
+    return std::isnan(value);
+}
+
 double AngleOf(double cosine)
 {
     return RadiansToDegrees(std::acos(cosine));
@@ -62,13 +67,17 @@ double AngleOf(double cosine)
 // The largest of the legs' angles, in degrees. acos falls as its argument
 // rises, so only the smallest cosines can give it; the others are skipped. A
 // NaN cosine (from a non-finite leg) gives a NaN angle, which makes the pose
-// unacceptable.
+// unacceptable. The cosines are clamped, so their sum is NaN exactly when one
+// of them is: the first NaN is looked for only then.
 double LargestAngle(const Cosines& cosines)
 {
+    double sum = 0.0;
+    double smallest = cosines[0];
     for (double c : cosines) {
-        if (std::isnan(c)) return AngleOf(c);
+        sum += c;
+        smallest = std::min(smallest, c);
     }
-    const double smallest = *std::min_element(cosines.begin(), cosines.end());
+    if (std::isnan(sum)) return AngleOf(*std::find_if(cosines.begin(), cosines.end(), IsNaN));
     double largest = 0.0;
     for (double c : cosines) {
         if (c <= smallest + kCosineTie) largest = std::max(largest, AngleOf(c));
