@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "motion/pose_math.h"
+#include "motion/stewart_platform_inline.h"
 #include "motion/stewart_platform.h"
 
 using ZEPTASDK::ArrayToPose;
@@ -38,6 +39,17 @@ PoseArray Stepped(const PoseArray& pose, std::size_t component, double offset)
     PoseArray out{};
     for (std::size_t j = 0; j < kN; ++j) out[j] = j == component ? pose[j] + offset : pose[j];
     return out;
+}
+
+// One Jacobian column.
+ZEPTASDK::LegValues CentralDifference(const ZEPTASDK::LegValues& plus,
+                                      const ZEPTASDK::LegValues& minus)
+{
+    ZEPTASDK::LegValues column;
+    for (std::size_t i = 0; i < column.size(); ++i) {
+        column[i] = (plus[i] - minus[i]) / (2.0 * kJacobianStep);
+    }
+    return column;
 }
 
 }  // namespace
@@ -115,18 +127,21 @@ StewartPlatform::Lengths StewartPlatform::SteppedLengths(const PoseMeasure& meas
     return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system), base);
 }
 
-// Central differences of the lengths over each pose component.
+// Central differences of the lengths over each pose component. The columns
+// are worked out whole and only then laid into the matrix's rows, so that
+// neighbouring legs share packed divisions.
 ZEPTASDK::LinearElimination::Matrix StewartPlatform::JacobianAt(const PoseMeasure& measure,
                                                                 CoordinateSystem system) const
 {
     const ZEPTASDK::LegsByAxis base = BaseByAxis();
-    ZEPTASDK::LinearElimination::Matrix jacobian{};
+    std::array<Lengths, kN> columns;
     for (std::size_t j = 0; j < kN; ++j) {
-        const Lengths plus = SteppedLengths(measure, j, kJacobianStep, system, base);
-        const Lengths minus = SteppedLengths(measure, j, -kJacobianStep, system, base);
-        for (std::size_t i = 0; i < kActuators; ++i) {
-            jacobian[i][j] = (plus[i] - minus[i]) / (2.0 * kJacobianStep);
-        }
+        columns[j] = CentralDifference(SteppedLengths(measure, j, kJacobianStep, system, base),
+                                       SteppedLengths(measure, j, -kJacobianStep, system, base));
+    }
+    ZEPTASDK::LinearElimination::Matrix jacobian;
+    for (std::size_t i = 0; i < kActuators; ++i) {
+        for (std::size_t j = 0; j < kN; ++j) jacobian[i][j] = columns[j][i];
     }
     return jacobian;
 }

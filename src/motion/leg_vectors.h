@@ -32,6 +32,27 @@ inline LegsByAxis LegsOf(const LegsByAxis& turned, const std::array<double, kAxe
     return legs;
 }
 
+// Joints given one by one (x, y, z each), laid out by axis.
+inline LegsByAxis ByAxis(const std::array<std::array<double, kAxes>, kLegCount>& joints)
+{
+    LegsByAxis byAxis;
+    for (std::size_t axis = 0; axis < kAxes; ++axis) {
+        for (std::size_t i = 0; i < kLegCount; ++i) byAxis[axis][i] = joints[i][axis];
+    }
+    return byAxis;
+}
+
+// One axis of the turned platform joints, from the two entries of that
+// axis's rotation row that meet the joints' x and y.
+inline LegValues TurnedAxis(double alongX, double alongY, const LegsByAxis& anchors)
+{
+    LegValues turned;
+    for (std::size_t i = 0; i < kLegCount; ++i) {
+        turned[i] = alongX * anchors[0][i] + alongY * anchors[1][i];
+    }
+    return turned;
+}
+
 inline LegValues LengthsOf(const LegsByAxis& legs)
 {
     LegValues lengths;

@@ -30,8 +30,10 @@ bool LinearElimination::EliminateColumn(std::size_t col)
         if (std::fabs(reduced[row][col]) > std::fabs(reduced[pivot][col])) pivot = row;
     }
     if (std::fabs(reduced[pivot][col]) < kSingularPivot) return false;
-    std::swap(reduced[pivot], reduced[col]);
-    std::swap(order[pivot], order[col]);
+    if (pivot != col) {
+        std::swap(reduced[pivot], reduced[col]);
+        std::swap(order[pivot], order[col]);
+    }
     const auto& pivotRow = reduced[col];
     for (std::size_t row = col + 1; row < kSize; ++row) {
         auto& target = reduced[row];

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "motion/pose_math.h"
+#include "motion/stewart_platform_inline.h"
 #include "motion/stewart_platform.h"
 
 namespace {

@@ -75,6 +75,17 @@ inline double Norm(const StewartPlatform::Vec3& v)
     return std::sqrt(Dot(v, v));
 }
 
+inline StewartPlatform::Vec3 Rotate(const std::array<StewartPlatform::Vec3, 3>& rows,
+                                    const StewartPlatform::Vec3& v)
+{
+    return {Dot(rows[0], v), Dot(rows[1], v), Dot(rows[2], v)};
+}
+
+inline bool IsZero(const StewartPlatform::Vec3& v)
+{
+    return v[0] == 0.0 && v[1] == 0.0 && v[2] == 0.0;
+}
+
 }  // namespace ZEPTASDK
 
 #endif

@@ -5,14 +5,13 @@
 #include <stdexcept>
 
 #include "motion/pose_math.h"
+#include "motion/stewart_platform_inline.h"
 
-using ZEPTASDK::Add;
 using ZEPTASDK::DegreesToRadians;
 using ZEPTASDK::Dot;
 using ZEPTASDK::Norm;
 using ZEPTASDK::RadiansToDegrees;
 using ZEPTASDK::ScalePose;
-using ZEPTASDK::Subtract;
 
 namespace {
 
@@ -39,11 +38,13 @@ std::array<Vec3, StewartPlatform::kActuators> AnchorsOnCircle(const std::vector<
     return anchors;
 }
 
-using Rotation = std::array<Vec3, 3>;
-
-Vec3 Rotate(const Rotation& r, const Vec3& v)
+// A length compressed towards the stroke ends once it passes lower or upper,
+// the ends of the stroke moved in by the margin m.
+double Compressed(double length, double lower, double upper, double m)
 {
-    return {Dot(r[0], v), Dot(r[1], v), Dot(r[2], v)};
+    if (length > upper) return upper + m * (1.0 - std::exp(-(length - upper) / m));
+    if (length < lower) return lower - m * (1.0 - std::exp(-(lower - length) / m));
+    return length;
 }
 
 using Cosines = std::array<double, StewartPlatform::kActuators>;
@@ -53,6 +54,11 @@ using Cosines = std::array<double, StewartPlatform::kActuators>;
 // come out in either order.
 constexpr double kCosineTie = 1e-9;
 
+bool IsNaN(double value)
+{
+    return std::isnan(value);
+}
+
 double AngleOf(double cosine)
 {
     return RadiansToDegrees(std::acos(cosine));
@@ -61,32 +67,22 @@ double AngleOf(double cosine)
 // The largest of the legs' angles, in degrees. acos falls as its argument
 // rises, so only the smallest cosines can give it; the others are skipped. A
 // NaN cosine (from a non-finite leg) gives a NaN angle, which makes the pose
-// unacceptable.
+// unacceptable. The cosines are clamped, so their sum is NaN exactly when one
+// of them is: the first NaN is looked for only then.
 double LargestAngle(const Cosines& cosines)
 {
+    double sum = 0.0;
+    double smallest = cosines[0];
     for (double c : cosines) {
-        if (std::isnan(c)) return AngleOf(c);
+        sum += c;
+        smallest = std::min(smallest, c);
     }
-    const double smallest = *std::min_element(cosines.begin(), cosines.end());
+    if (std::isnan(sum)) return AngleOf(*std::find_if(cosines.begin(), cosines.end(), IsNaN));
     double largest = 0.0;
     for (double c : cosines) {
         if (c <= smallest + kCosineTie) largest = std::max(largest, AngleOf(c));
     }
     return largest;
-}
-
-ZEPTASDK::LegsByAxis ByAxis(const std::array<Vec3, StewartPlatform::kActuators>& joints)
-{
-    ZEPTASDK::LegsByAxis byAxis;
-    for (std::size_t axis = 0; axis < byAxis.size(); ++axis) {
-        for (std::size_t i = 0; i < joints.size(); ++i) byAxis[axis][i] = joints[i][axis];
-    }
-    return byAxis;
-}
-
-bool IsZero(const Vec3& v)
-{
-    return v[0] == 0.0 && v[1] == 0.0 && v[2] == 0.0;
 }
 
 }  // namespace
@@ -113,53 +109,6 @@ StewartPlatform::StewartPlatform(double baseDiameter, double platformDiameter, d
     }
 }
 
-StewartPlatform::AngleTrig StewartPlatform::TrigOf(double degrees)
-{
-    const double radians = DegreesToRadians(degrees);
-    // Exactly what cos and sin give for a zero of either sign, without the calls.
-    if (radians == 0.0) return {1.0, radians};
-    return {std::cos(radians), std::sin(radians)};
-}
-
-StewartPlatform::RotationTrig StewartPlatform::TrigOf(const Pose& pose)
-{
-    return {TrigOf(pose.roll), TrigOf(pose.pitch), TrigOf(pose.yaw)};
-}
-
-// Rz(yaw) Ry(pitch) Rx(roll), multiplied out.
-StewartPlatform::Rotation StewartPlatform::RotationOf(const RotationTrig& trig)
-{
-    const double cr = trig.roll.cosine, sr = trig.roll.sine;
-    const double cp = trig.pitch.cosine, sp = trig.pitch.sine;
-    const double cy = trig.yaw.cosine, sy = trig.yaw.sine;
-    return {Vec3{cp * cy, sr * sp * cy - cr * sy, cr * sp * cy + sr * sy},
-            Vec3{cp * sy, sr * sp * sy + cr * cy, cr * sp * sy - sr * cy},
-            Vec3{-sp, sr * cp, cr * cp}};
-}
-
-// The platform joints lie in the platform's plane (z = 0), so the third
-// column of the rotation never reaches them: its product with that zero could
-// only change the sign of a zero leg component, which squaring removes.
-StewartPlatform::Orientation StewartPlatform::Orient(const RotationTrig& trig) const
-{
-    const Rotation rotation = RotationOf(trig);
-    const ZEPTASDK::LegsByAxis anchors = ByAxis(platformAnchors);
-    ZEPTASDK::LegsByAxis turned;
-    for (std::size_t axis = 0; axis < rotation.size(); ++axis) {
-        const double alongX = rotation[axis][0];
-        const double alongY = rotation[axis][1];
-        for (std::size_t i = 0; i < kActuators; ++i) {
-            turned[axis][i] = alongX * anchors[0][i] + alongY * anchors[1][i];
-        }
-    }
-    return {rotation, turned};
-}
-
-ZEPTASDK::LegsByAxis StewartPlatform::BaseByAxis() const
-{
-    return ByAxis(baseAnchors);
-}
-
 StewartPlatform::Transform StewartPlatform::buildTransform(const Pose& pose,
                                                           CoordinateSystem system) const
 {
@@ -171,39 +120,6 @@ StewartPlatform::Transform StewartPlatform::buildTransform(const Pose& pose,
     }
     t[kHomogeneousRow] = {0.0, 0.0, 0.0, 1.0};
     return t;
-}
-
-StewartPlatform::Vec3 StewartPlatform::TranslationOf(const Pose& pose, const Rotation& rotation,
-                                                     CoordinateSystem system) const
-{
-    if (system == Platform) return PlatformTranslation(pose, rotation);
-    return {pose.x, pose.y, pose.z + homeHeight};
-}
-
-// The pose's translation turned with the platform, raised to the home height
-// and, for a pivot away from the origin, moved so that the platform turns
-// about the pivot.
-StewartPlatform::Vec3 StewartPlatform::PlatformTranslation(const Pose& pose,
-                                                           const Rotation& rotation) const
-{
-    Vec3 translation = Rotate(rotation, {pose.x, pose.y, pose.z});
-    translation[2] += homeHeight;
-    if (IsZero(pivotOffset)) return translation;
-    return Add(translation, Subtract(Rotate(rotation, pivotOffset), pivotOffset));
-}
-
-StewartPlatform::Lengths StewartPlatform::LengthsAt(const Orientation& orientation,
-                                                    const Vec3& translation) const
-{
-    return LengthsAt(orientation, translation, BaseByAxis());
-}
-
-// The same, with the base joints already laid out by axis.
-StewartPlatform::Lengths StewartPlatform::LengthsAt(const Orientation& orientation,
-                                                    const Vec3& translation,
-                                                    const ZEPTASDK::LegsByAxis& base) const
-{
-    return ZEPTASDK::LengthsOf(ZEPTASDK::LegsOf(orientation.turnedAnchors, translation, base));
 }
 
 StewartPlatform::LegState StewartPlatform::LegStateOf(const Pose& pose,
@@ -270,18 +186,24 @@ double StewartPlatform::LargestAcceptableFraction(const Pose& pose, CoordinateSy
 }
 
 // Lengths within softMargin of a stroke end are compressed exponentially, so
-// the actuator approaches its end stop smoothly and never reaches it.
-double StewartPlatform::ApplySoftLimit(double length) const
+// the actuator approaches its end stop smoothly and never reaches it. A margin
+// that does not fit twice into the stroke leaves a plain clamp.
+StewartPlatform::Lengths StewartPlatform::SoftLimited(const Lengths& raw) const
 {
+    const double shortest = minLength;
+    const double longest = maxLength;
     const double m = softMargin;
-    if (!(m > 0.0 && m <= (maxLength - minLength) / 2.0)) {
-        return std::clamp(length, minLength, maxLength);
+    Lengths lengths;
+    if (!(m > 0.0 && m <= (longest - shortest) / 2.0)) {
+        for (std::size_t i = 0; i < kActuators; ++i) {
+            lengths[i] = std::clamp(raw[i], shortest, longest);
+        }
+        return lengths;
     }
-    const double upper = maxLength - m;
-    const double lower = minLength + m;
-    if (length > upper) return upper + m * (1.0 - std::exp(-(length - upper) / m));
-    if (length < lower) return lower - m * (1.0 - std::exp(-(lower - length) / m));
-    return length;
+    for (std::size_t i = 0; i < kActuators; ++i) {
+        lengths[i] = Compressed(raw[i], shortest + m, longest - m, m);
+    }
+    return lengths;
 }
 
 double StewartPlatform::Normalise(double length) const
@@ -296,55 +218,53 @@ double StewartPlatform::ToLength(double value) const
 
 // The pose actually used: the request, or the largest acceptable fraction of
 // it when the checks are on and it is not acceptable.
-StewartPlatform::ChosenPose StewartPlatform::ChoosePose(const Pose& pose, CoordinateSystem system,
-                                                        FrameResult* result) const
+StewartPlatform::ChosenPose StewartPlatform::ChoosePose(const Pose& pose,
+                                                        CoordinateSystem system) const
 {
     if (!ZEPTASDK::IsFinitePose(pose)) {
         // Nothing sensible can be scaled from a non-finite request: rest instead.
-        result->scale = 0.0;
-        result->limited = true;
-        return {Pose{}, LegStateOf(Pose{}, system)};
+        return {Pose{}, LegStateOf(Pose{}, system), 0.0, true, false};
     }
     const LegState requested = LegStateOf(pose, system);
-    if (!limitsEnabled || !rangeCheckEnabled) return {pose, requested};
-    result->angleLimited = angleCheckEnabled && BendsTooFar(requested.maxAngle);
-    if (IsAcceptable(requested)) return {pose, requested};
-    result->scale = LargestAcceptableFraction(pose, system);
-    result->limited = true;
-    const Pose scaled = ScalePose(pose, result->scale);
-    return {scaled, LegStateOf(scaled, system)};
+    if (!limitsEnabled || !rangeCheckEnabled) return {pose, requested, 1.0, false, false};
+    const bool angleLimited = angleCheckEnabled && BendsTooFar(requested.maxAngle);
+    if (IsAcceptable(requested)) return {pose, requested, 1.0, false, angleLimited};
+    const double scale = LargestAcceptableFraction(pose, system);
+    const Pose scaled = ScalePose(pose, scale);
+    return {scaled, LegStateOf(scaled, system), scale, true, angleLimited};
 }
 
-// Worked on local copies and stored at the end: writes through result could
-// otherwise alias this platform's limits and force them to be reread for
-// every leg.
-void StewartPlatform::FillStrokeLengths(const Lengths& raw, FrameResult* result) const
+// Worked on local copies: writes through a result could alias this
+// platform's limits and force them to be reread for every leg. The flags are
+// gathered without branching, so the legs are checked side by side.
+StewartPlatform::Stroke StewartPlatform::StrokeOf(const Lengths& raw) const
 {
-    Lengths lengths{};
+    const Lengths lengths = softLimitEnabled ? SoftLimited(raw) : raw;
+    const double shortest = minLength;
+    const double longest = maxLength;
     bool softened = false;
     bool withinStroke = true;
+    ActuatorValues values;
     for (std::size_t i = 0; i < kActuators; ++i) {
-        const double length = softLimitEnabled ? ApplySoftLimit(raw[i]) : raw[i];
-        if (std::fabs(length - raw[i]) > kSoftLimitReportThreshold) softened = true;
-        if (!(length >= minLength && length <= maxLength)) withinStroke = false;
-        lengths[i] = length;
+        softened |= std::fabs(lengths[i] - raw[i]) > kSoftLimitReportThreshold;
+        withinStroke &= lengths[i] >= shortest && lengths[i] <= longest;
+        values[i] = Normalise(lengths[i]);
     }
-    ActuatorValues values{};
-    for (std::size_t i = 0; i < kActuators; ++i) values[i] = Normalise(lengths[i]);
-    if (softened) result->limited = true;
-    result->withinStroke = withinStroke;
-    result->lengths = lengths;
-    result->values = values;
+    return {values, lengths, softened, withinStroke};
 }
 
+// The result is built in one go rather than default-constructed and filled:
+// that would clear the whole of it first, only to overwrite it. The joint
+// angle is not reported here, so maxAngle stays zero.
 StewartPlatform::FrameResult StewartPlatform::SafeLengths(const Pose& pose,
                                                           CoordinateSystem system) const
 {
-    FrameResult result;
-    const ChosenPose chosen = ChoosePose(pose, system, &result);
-    result.pose = chosen.pose;
-    FillStrokeLengths(chosen.legs.lengths, &result);
-    return result;
+    const ChosenPose chosen = ChoosePose(pose, system);
+    const Stroke stroke = StrokeOf(chosen.legs.lengths);
+    return {stroke.values,        stroke.lengths,
+            chosen.pose,          chosen.scale,
+            0.0,                  chosen.limited || stroke.softened,
+            chosen.angleLimited,  stroke.withinStroke};
 }
 
 StewartPlatform::SafeResult StewartPlatform::GetActuatorLengthsSafe(const Pose& pose,

@@ -144,6 +144,16 @@ private:
     struct ChosenPose {
         Pose pose;
         LegState legs;
+        double scale;       // fraction of the request kept
+        bool limited;       // scaled back
+        bool angleLimited;  // the request bent a joint past its limit
+    };
+    // The final lengths after the soft limit, and their normalised values.
+    struct Stroke {
+        ActuatorValues values;
+        Lengths lengths;
+        bool softened;  // the soft limit moved a length noticeably
+        bool withinStroke;
     };
 
     static AngleTrig TrigOf(double degrees);
@@ -163,9 +173,9 @@ private:
     bool InStroke(const Lengths& lengths) const;
     bool IsAcceptable(const LegState& legs) const;
     double LargestAcceptableFraction(const Pose& pose, CoordinateSystem system) const;
-    ChosenPose ChoosePose(const Pose& pose, CoordinateSystem system, FrameResult* result) const;
-    double ApplySoftLimit(double length) const;
-    void FillStrokeLengths(const Lengths& raw, FrameResult* result) const;
+    ChosenPose ChoosePose(const Pose& pose, CoordinateSystem system) const;
+    Lengths SoftLimited(const Lengths& raw) const;
+    Stroke StrokeOf(const Lengths& raw) const;
     static SafeResult ToSafeResult(const FrameResult& frame);
     double Normalise(double length) const;
     double ToLength(double value) const;
