@@ -3,7 +3,12 @@
 // their usual ports) and putting
 // out frames at its default 100 per second, and the kernel's account of its
 // user and system time (all threads, start-up included) is set against the
-// wall time from its start to its exit.
+// wall time from its start to its exit. Beside them, what the machine itself
+// charges for one thread waking at the ride's rate and doing nothing else:
+// with a device a ride frame wakes three threads (the ride's tick, the
+// session's update thread for Write, and the same thread again for the
+// device's reply), so on a machine where a wake-up is dear that sets the
+// floor.
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -13,10 +18,12 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <regex>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "frame_probe.h"
@@ -39,6 +46,8 @@ const std::string kListening = "listening";
 constexpr auto kChildTimeout = 120s;
 constexpr double kCpuShareTarget = 1.0;   // percent of one core
 constexpr int kPollMilliseconds = 100;
+constexpr int kTickerWakes = 500;
+constexpr auto kTickerPeriod = 10ms;   // the ride's default 100 frames/s
 
 std::string Text(double value) { return std::to_string(value); }
 
@@ -174,10 +183,35 @@ Figure CpuFigure(std::string id, std::string title, const RideRun& run)
     return f;
 }
 
+double ThreadCpuSeconds()
+{
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
+
+Figure IdleTicker()
+{
+    double cpu = 0;
+    const Clock::time_point start = Clock::now();
+    std::thread ticker([&cpu, start] {
+        const double before = ThreadCpuSeconds();
+        for (int wake = 1; wake <= kTickerWakes; ++wake) std::this_thread::sleep_until(start + wake * kTickerPeriod);
+        cpu = ThreadCpuSeconds() - before;
+    });
+    ticker.join();
+    const double wall = std::chrono::duration<double>(Clock::now() - start).count();
+    Figure f("reference.idle_ticker", "Reference: a thread that only wakes 100 times a second, CPU", "% of one core");
+    f.value = 100.0 * cpu / wall;
+    f.note = FormatNumber(cpu / kTickerWakes * 1e6) + " us of CPU per wake-up";
+    return f;
+}
+
 }  // namespace
 
 void MeasureRideCpu(Report& report)
 {
+    report.Add(IdleTicker());
     report.Add(CpuFigure("ride.cpu.dry_run", "Ride: zepta ride --dry-run, 60 datagrams/s in, 100 frames/s out, CPU",
                          RunRide(true)));
     zepta_tools::UsbDeviceEmulator seat;
