@@ -1,4 +1,4 @@
-// EA F1 motion packets with the 2023-and-later 29-byte header.
+// EA F1 motion packets, every header from 2018 on.
 #ifndef ZEPTA_RIDE_TELEMETRY_F1_DECODER_H
 #define ZEPTA_RIDE_TELEMETRY_F1_DECODER_H
 
@@ -6,15 +6,15 @@
 #include <cstdint>
 
 #include "telemetry/motion_differentiator.h"
+#include "telemetry/telemetry_layouts.h"
 #include "zepta/ride/telemetry.hpp"
 
 namespace zepta_ride {
 
-// Any F1 packet of a year this decoder reads: the packetFormat is a year from
-// 2023 and agrees with the gameYear byte.
-bool HasF1Header(const std::uint8_t* data, std::size_t size);
-// An F1 packet with an older header (2018 to 2022), which is not decoded.
-bool HasOlderF1Header(const std::uint8_t* data, std::size_t size);
+// The header layout of an F1 packet, or null for anything else: the
+// packetFormat is a year from 2018, and from 2023 on agrees with the
+// gameYear byte; the datagram holds at least the header.
+const f1::Header* F1HeaderOf(const std::uint8_t* data, std::size_t size);
 
 class F1Decoder {
 public:

@@ -100,9 +100,8 @@ DecodeOutcome TelemetryDecoder::DecodeAs(TelemetryFormat format, const std::uint
 
 // Magic first, then the F1 header, then the sizes that only one format uses;
 // any other whole number of floats from 152 bytes is the Codemasters stream.
-// Older F1 headers are recognised so that their packets, many of which are
-// a whole number of floats, are never read as Codemasters; OutGauge is
-// recognised by size as the dashboard stream beside BeamNG's motion.
+// OutGauge is recognised by size as the dashboard stream beside BeamNG's
+// motion.
 DecodeOutcome TelemetryDecoder::DecodeRecognised(const std::uint8_t* data, std::size_t size,
                                                  MotionSample& sample)
 {
@@ -113,12 +112,10 @@ DecodeOutcome TelemetryDecoder::DecodeRecognised(const std::uint8_t* data, std::
         format = TelemetryFormat::XPlane;
     } else if (HasMagic(data, size, outsim::kExtendedMagic) || IsOutSimSize(size)) {
         format = TelemetryFormat::OutSim;
-    } else if (HasF1Header(data, size)) {
+    } else if (F1HeaderOf(data, size) != nullptr) {
         format = TelemetryFormat::F1;
     } else if (IsForzaSize(size)) {
         format = TelemetryFormat::Forza;
-    } else if (HasOlderF1Header(data, size)) {
-        return Rejected(TelemetryFormat::F1, DropReason::WrongMagic);
     } else if (size == beamng::kOutGaugeSize || size == beamng::kOutGaugeSizeWithId) {
         return Rejected(TelemetryFormat::BeamNG, DropReason::NotMotion);
     }

@@ -119,13 +119,46 @@ constexpr Field kPlayerCarIndex{27, FieldType::U8, 1.0};
 constexpr Field kSecondaryPlayerCarIndex{28, FieldType::U8, 1.0};
 constexpr int kFirstFormat = 2023;
 constexpr int kLastFormat = 2099;
-constexpr int kFirstOlderFormat = 2018;  // older headers, not decoded
 constexpr int kCenturyOfFormat = 2000;   // packetFormat = 2000 + gameYear
 constexpr int kMotionPacketId = 0;
 constexpr int kNoSecondaryPlayer = 255;
 constexpr std::size_t kCarCount = 22;
 constexpr std::size_t kCarSize = 60;
 constexpr std::size_t kMotionSize = kHeaderSize + kCarCount * kCarSize;
+
+// The header fields a motion packet is read by, per packetFormat. Before
+// 2023 the motion packet ends with 120 bytes of the player's own data after
+// the cars (not read here), and the attitude fields did not track the car
+// in every year: attitude then comes from the direction vectors.
+struct Header {
+    int firstFormat;
+    std::size_t size;
+    Field packetId;
+    Field sessionTime;
+    Field playerCarIndex;
+    std::size_t carCount;
+    std::size_t tailSize;
+    bool attitudeFields;
+};
+constexpr std::size_t kOlderPlayerTail = 120;
+constexpr Header kHeader2023{kFirstFormat, kHeaderSize, kPacketId, kSessionTime, kPlayerCarIndex, kCarCount,
+                             0, true};
+// 2018: format, packet version, packet id, session UID, time, frame, player.
+constexpr Header kHeader2018{2018, 21, {3, FieldType::U8, 1.0}, {12, F32, 1.0}, {20, FieldType::U8, 1.0}, 20,
+                             kOlderPlayerTail, false};
+// 2019: two game-version bytes after the format.
+constexpr Header kHeader2019{2019, 23, {5, FieldType::U8, 1.0}, {14, F32, 1.0}, {22, FieldType::U8, 1.0}, 20,
+                             kOlderPlayerTail, false};
+// 2020 to 2022: a secondary player index at the end, and 22 cars.
+constexpr Header kHeader2020{2020, 24, {5, FieldType::U8, 1.0}, {14, F32, 1.0}, {22, FieldType::U8, 1.0}, 22,
+                             kOlderPlayerTail, false};
+constexpr int kLastOlderFormat = 2022;
+
+constexpr std::size_t MotionSizeOf(const Header& header)
+{
+    return header.size + header.carCount * kCarSize + header.tailSize;
+}
+
 constexpr double kDirectionScale = 1.0 / 32767.0;
 // Offsets within one car's block.
 constexpr VectorField kWorldVelocity{{12, F32, 1.0}, {16, F32, 1.0}, {20, F32, 1.0}};

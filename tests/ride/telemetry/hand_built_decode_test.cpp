@@ -8,6 +8,7 @@
 
 namespace {
 
+using zepta_ride::DecodeOutcome;
 using zepta_ride::DropReason;
 using zepta_ride::MotionSample;
 using zepta_ride::TelemetryDecoder;
@@ -164,9 +165,33 @@ TEST(HandBuiltDatagrams, F1ReadsThePlayersCar)
     Datagram motionEx(217);
     motionEx.U16(0, 2023).U8(2, 23).U8(6, 13);
     EXPECT_EQ(motionEx.DecodeWith(decoder, s).reason, DropReason::NotMotion);
-    Datagram older(1464);
-    older.U16(0, 2022);
-    EXPECT_EQ(older.DecodeWith(decoder, s).reason, DropReason::WrongMagic);
+}
+
+// Before 2023 the header is shorter (2018: 21 bytes, player index at 20;
+// 2020 to 2022: 24 bytes, player at 22), and the attitude comes from the
+// direction vectors, not the fields: here the nose is up by asin(0.6).
+TEST(HandBuiltDatagrams, OlderF1HeadersReadThePlayersCarAndItsVectors)
+{
+    const std::int16_t up = 19660;     // 0.6 of 32767
+    const std::int16_t ahead = 26214;  // 0.8 of 32767
+    struct Year {
+        int format;
+        std::size_t size, player, car;
+    };
+    for (const Year& year : {Year{2018, 1341, 20, 21 + 60}, Year{2022, 1464, 22, 24 + 60}}) {
+        Datagram d(year.size);
+        d.U16(0, static_cast<std::uint16_t>(year.format)).U8(year.player, 1);
+        d.F32(year.car + 20, 4.0f);  // world velocity, forward
+        d.S16(year.car + 26, up).S16(year.car + 28, ahead).S16(year.car + 30, -32767);
+        d.F32(year.car + 36, 0.5f).F32(year.car + 40, -1.0f);
+        d.F32(year.car + 48, 0.5f).F32(year.car + 52, 0.125f).F32(year.car + 56, -0.25f);  // not read
+        TelemetryDecoder decoder;
+        MotionSample s;
+        const DecodeOutcome outcome = d.DecodeWith(decoder, s);
+        ASSERT_TRUE(outcome.decoded) << year.format;
+        EXPECT_EQ(outcome.format, TelemetryFormat::F1);
+        ExpectSample(s, {-kG, 0.5 * kG, 0.0, 0.0, 0.0, 0.0, 0.0, -std::asin(0.6), 0.0, 4.0, false}, 1e-4);
+    }
 }
 
 }  // namespace

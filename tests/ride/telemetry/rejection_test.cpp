@@ -50,7 +50,8 @@ TEST(Rejection, WrongSizesAndMagicsPerFormat)
     ExpectDropped(any, Datagram(40).Text(0, "DATA"), DropReason::WrongSize, "partial X-Plane record");
     ExpectDropped(any, Datagram(1348).U16(0, 2023).U8(2, 23), DropReason::WrongSize, "short F1 motion");
     ExpectDropped(any, Datagram(280).Text(0, "LFST"), DropReason::WrongMagic, "extended OutSim");
-    ExpectDropped(any, Datagram(1464).U16(0, 2021), DropReason::WrongMagic, "F1 2021 header");
+    ExpectDropped(any, Datagram(1464).U16(0, 2021).U8(5, 2), DropReason::NotMotion, "F1 2021 lap data");
+    ExpectDropped(any, Datagram(1343).U16(0, 2018), DropReason::WrongSize, "F1 2019 motion size, 2018 header");
     ExpectDropped(any, Datagram(41).Text(0, "DATA").S32(5, 20), DropReason::NotMotion, "X-Plane position only");
     ExpectDropped(any, Datagram(1352).U16(0, 2024).U8(2, 24).U8(6, 6), DropReason::NotMotion, "F1 telemetry");
     ExpectDropped(any, Datagram(96).Text(4, "beam"), DropReason::NotMotion, "OutGauge");
@@ -64,9 +65,9 @@ TEST(Rejection, WrongSizesAndMagicsPerFormat)
     TelemetryDecoder outsim(TelemetryFormat::OutSim);
     ExpectDropped(outsim, Datagram(65), DropReason::WrongSize, "65-byte OutSim");
 
-    EXPECT_EQ(any.Dropped(DropReason::WrongSize), 7u);
-    EXPECT_EQ(any.Dropped(DropReason::WrongMagic), 2u);
-    EXPECT_EQ(any.Dropped(DropReason::NotMotion), 3u);
+    EXPECT_EQ(any.Dropped(DropReason::WrongSize), 8u);
+    EXPECT_EQ(any.Dropped(DropReason::WrongMagic), 1u);
+    EXPECT_EQ(any.Dropped(DropReason::NotMotion), 4u);
     EXPECT_EQ(any.Decoded(), 0u);
 }
 
