@@ -8,7 +8,8 @@ namespace zepta_ride {
 
 bool IsCodemastersSize(std::size_t size)
 {
-    return size >= codemasters::kMinSize && size % codemasters::kWordSize == 0;
+    return (size >= codemasters::kMinSize && size % codemasters::kWordSize == 0) ||
+           size == codemasters::kFullPacketSize || size == codemasters::kEarlyFullPacketSize;
 }
 
 // The stream sends the car's right and forward vectors and its velocity in

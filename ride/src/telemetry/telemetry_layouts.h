@@ -41,6 +41,10 @@ namespace codemasters {
 constexpr std::size_t kWordSize = 4;
 constexpr std::size_t kMinSize = 152;      // extradata 1, indices 0..37
 constexpr std::size_t kEncodedSize = 264;  // extradata 3, indices 0..65
+// The full packet of the 2016/2017 F1 games, which begins with the same
+// floats; its last 52 bytes came with a later update.
+constexpr std::size_t kFullPacketSize = 1289;
+constexpr std::size_t kEarlyFullPacketSize = 1237;
 constexpr Field kTotalTime{0, F32, 1.0};
 constexpr Field kSpeed{28, F32, 1.0};
 constexpr VectorField kWorldVelocity{{32, F32, 1.0}, {36, F32, 1.0}, {40, F32, 1.0}};

@@ -54,13 +54,15 @@ TEST(HandBuiltDatagrams, ForzaEveryLengthFlipsItsLeftHandedAxes)
 TEST(HandBuiltDatagrams, CodemastersAttitudeFromVectorsAndRatesFromTheirChange)
 {
     const double roll = 0.2;
-    for (std::size_t size : {152u, 264u, 280u}) {
+    // The extradata lengths, and the 2016/2017 F1 full packet before and
+    // after its update, all recognised by their length.
+    for (std::size_t size : {152u, 264u, 280u, 1237u, 1289u}) {
         Datagram d(size);
         d.F32(0, 10.0f).F32(28, 20.0f).F32(40, 20.0f);                              // time, speed, velocity z
         d.F32(44, static_cast<float>(-std::cos(roll))).F32(48, static_cast<float>(-std::sin(roll)));  // right
         d.F32(64, 1.0f);                                                            // forward +Z
         d.F32(136, 0.5f).F32(140, -1.0f);                                           // lateral, longitudinal g
-        TelemetryDecoder decoder(TelemetryFormat::Codemasters);
+        TelemetryDecoder decoder;
         MotionSample s;
         ASSERT_TRUE(d.DecodeWith(decoder, s).decoded) << size;
         ExpectSample(s, {-kG, 0.5 * kG, 0.0, 0.0, 0.0, 0.0, roll, 0.0, 0.0, 20.0, false}, 1e-6);
