@@ -130,7 +130,9 @@ TEST(StewartPlatformSafeLengths, UnreachableOrBendingPosesScaleToTheBisectionBou
         if (request.y == 300) p.maxJointAngle = 12.0;
         const auto r = p.GetActuatorLengthsSafe(request, kBase);
         EXPECT_TRUE(r.limited && acceptable(Scaled(request, r.scale)));
+        // Sixteen halvings: the scale is a whole number of 2^-16 steps.
         EXPECT_FALSE(acceptable(Scaled(request, r.scale + std::ldexp(1.0, -16))));
+        EXPECT_EQ(std::ldexp(r.scale, 16), std::floor(std::ldexp(r.scale, 16)));
         EXPECT_EQ(r.pose, AsVector(Scaled(request, r.scale)));
     }
     EXPECT_TRUE(p.GetActuatorLengthsSafe(sway, kBase).angleLimited);
@@ -154,8 +156,14 @@ TEST(StewartPlatformSafeLengths, SoftLimitCompressesOnlyWithinTheMarginOfTheStro
         EXPECT_EQ(r.limited, limited) << raw;
         for (double length : r.lengths) EXPECT_NEAR(length, soft, 1e-9) << raw;
     }
-    // Unchecked range keeps the request; a margin beyond half the stroke only clamps.
+    // Unchecked range keeps the request; any margin up to half the stroke
+    // (500 mm) compresses, one beyond it only clamps.
     p.rangeCheckEnabled = false;
+    for (const auto& [margin, raw, soft] : {std::tuple<double, double, double>{200, 1450, 1211.9 + 200 * (1 - std::exp(-238.1 / 200))},
+                                            {0.25, 1411.8, 1411.65 + 0.25 * (1 - std::exp(-0.15 / 0.25))}}) {
+        p.softMargin = margin;
+        EXPECT_NEAR(p.GetActuatorLengthsSafe(heave(raw), kBase).lengths[2], soft, 1e-9) << margin;
+    }
     p.softMargin = 250.5;
     const auto clamped = p.GetActuatorLengthsSafe(heave(1450), kBase);
     EXPECT_TRUE(clamped.lengths[2] == 1411.9 && clamped.values[2] == 1.0 && clamped.limited && clamped.withinStroke);
