@@ -52,6 +52,20 @@ ZEPTASDK::LegValues CentralDifference(const ZEPTASDK::LegValues& plus,
     return column;
 }
 
+// The Jacobian column of one translation component in the base frame, from
+// the translations a step either way gives.
+template <std::size_t kAxis>
+ZEPTASDK::LegValues TranslationColumn(const ZEPTASDK::LegsByAxis& squares,
+                                      const ZEPTASDK::LegsByAxis& turned,
+                                      const ZEPTASDK::LegsByAxis& base,
+                                      const StewartPlatform::Vec3& plus,
+                                      const StewartPlatform::Vec3& minus)
+{
+    return CentralDifference(
+        ZEPTASDK::LengthsMovedAlong<kAxis>(squares, turned[kAxis], plus[kAxis], base[kAxis]),
+        ZEPTASDK::LengthsMovedAlong<kAxis>(squares, turned[kAxis], minus[kAxis], base[kAxis]));
+}
+
 }  // namespace
 
 StewartPlatform::ForwardResult StewartPlatform::ForwardKinematics(
@@ -106,25 +120,91 @@ void StewartPlatform::Compare(const Lengths& target, NewtonState* state)
     state->residual = std::sqrt(sum);
 }
 
-// Lengths at the measured pose with one component moved by offset: a
-// translation keeps the measured orientation, a rotation recomputes the trig
-// of its own angle alone.
-StewartPlatform::Lengths StewartPlatform::SteppedLengths(const PoseMeasure& measure,
-                                                         std::size_t component, double offset,
-                                                         CoordinateSystem system,
-                                                         const ZEPTASDK::LegsByAxis& base) const
+// The translation measured with one component moved by offset.
+StewartPlatform::Vec3 StewartPlatform::SteppedTranslation(const PoseMeasure& measure,
+                                                          std::size_t component, double offset,
+                                                          CoordinateSystem system) const
 {
-    const PoseVector stepped = Stepped(measure.pose, component, offset);
-    const Pose pose = ArrayToPose(stepped);
-    if (component < kRollComponent) {
-        const Orientation& orientation = measure.orientation;
-        return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system), base);
+    return TranslationOf(ArrayToPose(Stepped(measure.pose, component, offset)),
+                         measure.orientation.rotation, system);
+}
+
+// The translation columns in the platform frame, where a step moves every
+// axis of the legs: each stepped pose keeps the measured orientation.
+void StewartPlatform::PlatformTranslationColumns(const PoseMeasure& measure,
+                                                 const ZEPTASDK::LegsByAxis& base,
+                                                 JacobianColumns* columns) const
+{
+    const Orientation& orientation = measure.orientation;
+    for (std::size_t j = 0; j < kRollComponent; ++j) {
+        (*columns)[j] = CentralDifference(
+            LengthsAt(orientation, SteppedTranslation(measure, j, kJacobianStep, Platform), base),
+            LengthsAt(orientation, SteppedTranslation(measure, j, -kJacobianStep, Platform), base));
     }
+}
+
+// In the base frame a translation step moves one axis of every leg and leaves
+// the orientation as measured, so each step's lengths share the squares of
+// the other two axes with the measured pose.
+void StewartPlatform::BaseTranslationColumns(const PoseMeasure& measure,
+                                             const ZEPTASDK::LegsByAxis& base,
+                                             JacobianColumns* columns) const
+{
+    const ZEPTASDK::LegsByAxis& turned = measure.orientation.turnedAnchors;
+    const Vec3 at = TranslationOf(ArrayToPose(measure.pose), measure.orientation.rotation, Base);
+    const ZEPTASDK::LegsByAxis squares = ZEPTASDK::SquaresOf(ZEPTASDK::LegsOf(turned, at, base));
+    Vec3 plus[kRollComponent];
+    Vec3 minus[kRollComponent];
+    for (std::size_t j = 0; j < kRollComponent; ++j) {
+        plus[j] = SteppedTranslation(measure, j, kJacobianStep, Base);
+        minus[j] = SteppedTranslation(measure, j, -kJacobianStep, Base);
+    }
+    (*columns)[0] = TranslationColumn<0>(squares, turned, base, plus[0], minus[0]);
+    (*columns)[1] = TranslationColumn<1>(squares, turned, base, plus[1], minus[1]);
+    (*columns)[2] = TranslationColumn<2>(squares, turned, base, plus[2], minus[2]);
+}
+
+// The measured trig with one angle moved by offset: only that angle's trig
+// is taken again.
+StewartPlatform::RotationTrig StewartPlatform::SteppedTrig(const PoseMeasure& measure,
+                                                           std::size_t component, double offset)
+{
     RotationTrig trig = measure.trig;
     AngleTrig* angles[] = {&trig.roll, &trig.pitch, &trig.yaw};
-    *angles[component - kRollComponent] = TrigOf(stepped[component]);
+    *angles[component - kRollComponent] = TrigOf(Stepped(measure.pose, component, offset)[component]);
+    return trig;
+}
+
+// Lengths at the measured pose with one angle moved by offset, its trig given.
+StewartPlatform::Lengths StewartPlatform::TurnedLengths(const PoseMeasure& measure,
+                                                        const RotationTrig& trig,
+                                                        std::size_t component, double offset,
+                                                        CoordinateSystem system,
+                                                        const ZEPTASDK::LegsByAxis& base) const
+{
+    const Pose pose = ArrayToPose(Stepped(measure.pose, component, offset));
     const Orientation orientation = Orient(trig);
     return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system), base);
+}
+
+// The rotation columns. The trig of all six stepped angles is taken first:
+// the calls do not depend on one another and overlap, and the arithmetic
+// after them runs without a call in between.
+void StewartPlatform::RotationColumns(const PoseMeasure& measure, CoordinateSystem system,
+                                      const ZEPTASDK::LegsByAxis& base,
+                                      JacobianColumns* columns) const
+{
+    RotationTrig plus[kN - kRollComponent];
+    RotationTrig minus[kN - kRollComponent];
+    for (std::size_t j = kRollComponent; j < kN; ++j) {
+        plus[j - kRollComponent] = SteppedTrig(measure, j, kJacobianStep);
+        minus[j - kRollComponent] = SteppedTrig(measure, j, -kJacobianStep);
+    }
+    for (std::size_t j = kRollComponent; j < kN; ++j) {
+        (*columns)[j] = CentralDifference(
+            TurnedLengths(measure, plus[j - kRollComponent], j, kJacobianStep, system, base),
+            TurnedLengths(measure, minus[j - kRollComponent], j, -kJacobianStep, system, base));
+    }
 }
 
 // Central differences of the lengths over each pose component. The columns
@@ -134,11 +214,13 @@ ZEPTASDK::LinearElimination::Matrix StewartPlatform::JacobianAt(const PoseMeasur
                                                                 CoordinateSystem system) const
 {
     const ZEPTASDK::LegsByAxis base = BaseByAxis();
-    std::array<Lengths, kN> columns;
-    for (std::size_t j = 0; j < kN; ++j) {
-        columns[j] = CentralDifference(SteppedLengths(measure, j, kJacobianStep, system, base),
-                                       SteppedLengths(measure, j, -kJacobianStep, system, base));
+    JacobianColumns columns;
+    if (system == Base) {
+        BaseTranslationColumns(measure, base, &columns);
+    } else {
+        PlatformTranslationColumns(measure, base, &columns);
     }
+    RotationColumns(measure, system, base, &columns);
     ZEPTASDK::LinearElimination::Matrix jacobian;
     for (std::size_t i = 0; i < kActuators; ++i) {
         for (std::size_t j = 0; j < kN; ++j) jacobian[i][j] = columns[j][i];

@@ -53,6 +53,36 @@ inline LegValues TurnedAxis(double alongX, double alongY, const LegsByAxis& anch
     return turned;
 }
 
+inline LegsByAxis SquaresOf(const LegsByAxis& legs)
+{
+    LegsByAxis squares;
+    for (std::size_t axis = 0; axis < kAxes; ++axis) {
+        for (std::size_t i = 0; i < kLegCount; ++i) squares[axis][i] = legs[axis][i] * legs[axis][i];
+    }
+    return squares;
+}
+
+// The lengths after a translation along one axis alone: only that axis of
+// each leg is worked out again, the other two axes' squares are kept. The sum
+// runs in the same order as in LengthsOf, so the lengths are the same to the
+// last bit.
+template <std::size_t kMovedAxis>
+LegValues LengthsMovedAlong(const LegsByAxis& squares, const LegValues& turned, double translation,
+                            const LegValues& base)
+{
+    static_assert(kMovedAxis < kAxes, "a leg has three axes");
+    LegValues lengths;
+    for (std::size_t i = 0; i < kLegCount; ++i) {
+        const double leg = turned[i] + translation - base[i];
+        const double moved = leg * leg;
+        const double sum = kMovedAxis == 0   ? moved + squares[1][i] + squares[2][i]
+                           : kMovedAxis == 1 ? squares[0][i] + moved + squares[2][i]
+                                             : squares[0][i] + squares[1][i] + moved;
+        lengths[i] = std::sqrt(sum);
+    }
+    return lengths;
+}
+
 inline LegValues LengthsOf(const LegsByAxis& legs)
 {
     LegValues lengths;

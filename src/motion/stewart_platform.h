@@ -214,8 +214,20 @@ private:
     PoseMeasure Measure(const PoseVector& pose, CoordinateSystem system) const;
     void MeasureInto(const PoseVector& pose, CoordinateSystem system, PoseMeasure* measure) const;
     static void Compare(const Lengths& target, NewtonState* state);
-    Lengths SteppedLengths(const PoseMeasure& measure, std::size_t component, double offset,
-                           CoordinateSystem system, const ZEPTASDK::LegsByAxis& base) const;
+    using JacobianColumns = std::array<Lengths, kPoseComponents>;
+    Vec3 SteppedTranslation(const PoseMeasure& measure, std::size_t component, double offset,
+                            CoordinateSystem system) const;
+    void PlatformTranslationColumns(const PoseMeasure& measure, const ZEPTASDK::LegsByAxis& base,
+                                    JacobianColumns* columns) const;
+    void BaseTranslationColumns(const PoseMeasure& measure, const ZEPTASDK::LegsByAxis& base,
+                                JacobianColumns* columns) const;
+    static RotationTrig SteppedTrig(const PoseMeasure& measure, std::size_t component,
+                                    double offset);
+    Lengths TurnedLengths(const PoseMeasure& measure, const RotationTrig& trig,
+                          std::size_t component, double offset, CoordinateSystem system,
+                          const ZEPTASDK::LegsByAxis& base) const;
+    void RotationColumns(const PoseMeasure& measure, CoordinateSystem system,
+                         const ZEPTASDK::LegsByAxis& base, JacobianColumns* columns) const;
     ZEPTASDK::LinearElimination::Matrix JacobianAt(const PoseMeasure& measure,
                                                    CoordinateSystem system) const;
     bool NewtonDirection(const NewtonState& state, StartPoint* start, CoordinateSystem system,
