@@ -2,6 +2,7 @@
 // by a damped Newton iteration with a numerical Jacobian.
 #include <cmath>
 #include <stdexcept>
+#include <utility>
 
 #include "motion/pose_math.h"
 #include "motion/stewart_platform_inline.h"
@@ -249,16 +250,17 @@ bool StewartPlatform::NewtonDirection(const NewtonState& state, StartPoint* star
 }
 
 // Halves the step until the residual strictly drops; false when no try does.
+// Trials are measured into the spare state, and the one accepted becomes the
+// current state by swapping the two rather than by copying.
 bool StewartPlatform::LineSearch(const PoseVector& direction, const Lengths& target,
-                                 CoordinateSystem system, NewtonState* state) const
+                                 CoordinateSystem system, SearchStates* states) const
 {
-    NewtonState trial;
     double size = 1.0;
     for (int attempt = 0; attempt < kLineSearchTries; ++attempt, size /= 2.0) {
-        MeasureInto(Step(state->at.pose, direction, size), system, &trial.at);
-        Compare(target, &trial);
-        if (trial.residual < state->residual) {
-            *state = trial;
+        MeasureInto(Step(states->current->at.pose, direction, size), system, &states->trial->at);
+        Compare(target, states->trial);
+        if (states->trial->residual < states->current->residual) {
+            std::swap(states->current, states->trial);
             return true;
         }
     }
@@ -268,16 +270,16 @@ bool StewartPlatform::LineSearch(const PoseVector& direction, const Lengths& tar
 // Damped Newton steps until the residual is below the tolerance (true), or
 // until no step helps or the iterations run out (false).
 bool StewartPlatform::Iterate(const Lengths& target, StartPoint* start, CoordinateSystem system,
-                              const ForwardLimits& limits, NewtonState* state,
+                              const ForwardLimits& limits, SearchStates* states,
                               ForwardResult* result) const
 {
-    while (!(limits.tolerance > state->residual)) {
+    while (!(limits.tolerance > states->current->residual)) {
         PoseVector direction{};
         StartPoint* atStart = result->iterations == 0 ? start : nullptr;
-        if (!NewtonDirection(*state, atStart, system, &direction)) return false;
-        if (!LineSearch(direction, target, system, state)) return false;
-        result->pose = ArrayToPose(state->at.pose);
-        result->residual = state->residual;
+        if (!NewtonDirection(*states->current, atStart, system, &direction)) return false;
+        if (!LineSearch(direction, target, system, states)) return false;
+        result->pose = ArrayToPose(states->current->at.pose);
+        result->residual = states->current->residual;
         if (++result->iterations == limits.maxIterations) return false;
     }
     return true;
@@ -289,14 +291,16 @@ StewartPlatform::ForwardResult StewartPlatform::SolveForward(const Lengths& targ
                                                              const ForwardLimits& limits,
                                                              PoseMeasure* reached) const
 {
-    NewtonState state;
-    state.at = start->measure;
-    Compare(target, &state);
+    NewtonState first;
+    NewtonState second;
+    SearchStates states{&first, &second};
+    first.at = start->measure;
+    Compare(target, &first);
     ForwardResult result;
-    result.pose = ArrayToPose(state.at.pose);
-    result.residual = state.residual;
+    result.pose = ArrayToPose(first.at.pose);
+    result.residual = first.residual;
     result.converged =
-        limits.maxIterations >= 1 && Iterate(target, start, system, limits, &state, &result);
-    *reached = state.at;
+        limits.maxIterations >= 1 && Iterate(target, start, system, limits, &states, &result);
+    *reached = states.current->at;
     return result;
 }

@@ -202,6 +202,12 @@ private:
         bool regular = false;  // the Jacobian has one solution
         ZEPTASDK::LinearElimination elimination;
     };
+    // The state the search has reached and a spare one its line search
+    // measures trials in.
+    struct SearchStates {
+        NewtonState* current;
+        NewtonState* trial;
+    };
     struct ForwardLimits {
         int maxIterations;
         double tolerance;
@@ -210,7 +216,7 @@ private:
     ForwardResult SolveForward(const Lengths& target, StartPoint* start, CoordinateSystem system,
                                const ForwardLimits& limits, PoseMeasure* reached) const;
     bool Iterate(const Lengths& target, StartPoint* start, CoordinateSystem system,
-                 const ForwardLimits& limits, NewtonState* state, ForwardResult* result) const;
+                 const ForwardLimits& limits, SearchStates* states, ForwardResult* result) const;
     PoseMeasure Measure(const PoseVector& pose, CoordinateSystem system) const;
     void MeasureInto(const PoseVector& pose, CoordinateSystem system, PoseMeasure* measure) const;
     static void Compare(const Lengths& target, NewtonState* state);
@@ -233,7 +239,7 @@ private:
     bool NewtonDirection(const NewtonState& state, StartPoint* start, CoordinateSystem system,
                          PoseVector* step) const;
     bool LineSearch(const PoseVector& direction, const Lengths& target, CoordinateSystem system,
-                    NewtonState* state) const;
+                    SearchStates* states) const;
 
     struct ManualTrial {
         bool accepted;  // converged and within the joint limit
