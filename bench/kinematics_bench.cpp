@@ -73,6 +73,20 @@ void BM_ForwardKinematicsFromZero(benchmark::State& state)
 }
 BENCHMARK(BM_ForwardKinematicsFromZero);
 
+// A pose moved without turning: the solve still steps every angle.
+void BM_ForwardKinematicsTranslationOnly(benchmark::State& state)
+{
+    StewartPlatform raw = LargePlatform();
+    raw.softLimitEnabled = false;
+    const Pose moved{40, -30, 20, 0, 0, 0};
+    const std::vector<double> lengths = raw.GetActuatorLengthsSafe(moved, StewartPlatform::Base).lengths;
+    TimeEachCall(state, [&] {
+        benchmark::DoNotOptimize(
+            LargePlatform().ForwardKinematics(lengths, Pose{}, StewartPlatform::Base, 40, 0.0001));
+    });
+}
+BENCHMARK(BM_ForwardKinematicsTranslationOnly);
+
 void BM_ManualLimitWithin(benchmark::State& state)
 {
     const std::vector<double> values = ValuesOf(kReachable);
