@@ -57,10 +57,10 @@ ZEPTASDK::LegValues CentralDifference(const ZEPTASDK::LegValues& plus,
 // the translations a step either way gives.
 template <std::size_t kAxis>
 ZEPTASDK::LegValues BaseTranslationColumn(const ZEPTASDK::LegsByAxis& squares,
-                                      const ZEPTASDK::LegsByAxis& turned,
-                                      const ZEPTASDK::LegsByAxis& base,
-                                      const StewartPlatform::Vec3& plus,
-                                      const StewartPlatform::Vec3& minus)
+                                          const ZEPTASDK::LegsByAxis& turned,
+                                          const ZEPTASDK::LegsByAxis& base,
+                                          const StewartPlatform::Vec3& plus,
+                                          const StewartPlatform::Vec3& minus)
 {
     return CentralDifference(
         ZEPTASDK::LengthsMovedAlong<kAxis>(squares, turned[kAxis], plus[kAxis], base[kAxis]),

@@ -203,6 +203,9 @@ TEST(StewartPlatformForward, LimitsToleranceAndSingularitiesEndTheSearch)
         EXPECT_TRUE(!r.converged && r.iterations == 0 && AsVector(r.pose) == AsVector(guess));
         EXPECT_DOUBLE_EQ(r.residual, std::sqrt(sum));
     }
+    // One iteration allowed: one step is taken, counted and left unconverged.
+    const auto one = large.ForwardKinematics(target, guess, kBase, 1, 1e-6);
+    EXPECT_TRUE(!one.converged && one.iterations == 1 && one.residual < std::sqrt(sum) / 10);
     const auto zero = large.ForwardKinematics(Measure(large, {10, -5, 3, 2, 1, -2}).lengths, Pose{}, kBase, 30, 0.0);
     EXPECT_TRUE(!zero.converged && zero.iterations > 0 && zero.residual < 1e-6);
     // All joints at the centre: rotations change no length. A NaN target gives no step either.
