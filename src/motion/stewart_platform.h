@@ -221,10 +221,11 @@ private:
     void MeasureInto(const PoseVector& pose, CoordinateSystem system, PoseMeasure* measure) const;
     static void Compare(const Lengths& target, NewtonState* state);
     using JacobianColumns = std::array<Lengths, kPoseComponents>;
+    static constexpr std::size_t kAngles = 3;  // roll, pitch, yaw
     // The measured trig with each angle alone moved a step up or down.
     struct SteppedAngles {
-        RotationTrig plus[3];
-        RotationTrig minus[3];
+        RotationTrig plus[kAngles];
+        RotationTrig minus[kAngles];
     };
     Vec3 SteppedTranslation(const PoseMeasure& measure, std::size_t component, double offset,
                             CoordinateSystem system) const;
