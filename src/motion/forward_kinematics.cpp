@@ -85,16 +85,8 @@ StewartPlatform::StartPoint StewartPlatform::StartAt(const Pose& guess,
                                                      CoordinateSystem system) const
 {
     StartPoint start;
-    start.measure = Measure(PoseToArray(guess), system);
+    MeasureInto(PoseToArray(guess), system, &start.measure);
     return start;
-}
-
-StewartPlatform::PoseMeasure StewartPlatform::Measure(const PoseVector& pose,
-                                                      CoordinateSystem system) const
-{
-    PoseMeasure measure;
-    MeasureInto(pose, system, &measure);
-    return measure;
 }
 
 // Fills a measure in place: the line search measures every trial into the

@@ -217,7 +217,6 @@ private:
                                const ForwardLimits& limits, PoseMeasure* reached) const;
     bool Iterate(const Lengths& target, StartPoint* start, CoordinateSystem system,
                  const ForwardLimits& limits, SearchStates* states, ForwardResult* result) const;
-    PoseMeasure Measure(const PoseVector& pose, CoordinateSystem system) const;
     void MeasureInto(const PoseVector& pose, CoordinateSystem system, PoseMeasure* measure) const;
     static void Compare(const Lengths& target, NewtonState* state);
     using JacobianColumns = std::array<Lengths, kPoseComponents>;
