@@ -169,7 +169,9 @@ TEST(StewartPlatformSafeLengths, SoftLimitCompressesOnlyWithinTheMarginOfTheStro
     EXPECT_TRUE(clamped.lengths[2] == 1411.9 && clamped.values[2] == 1.0 && clamped.limited && clamped.withinStroke);
     p.limitsEnabled = p.softLimitEnabled = false;
     const auto raw = p.GetActuatorLengthsSafe(heave(1450), kBase);
-    EXPECT_TRUE(!raw.withinStroke && !raw.limited && std::fabs(raw.lengths[0] - 1450) < 1e-9);
+    EXPECT_TRUE(!raw.withinStroke && !raw.limited && raw.scale == 1.0 && std::fabs(raw.lengths[0] - 1450) < 1e-9);
+    // Even unchecked, a value never leaves the stroke's 0..1.
+    EXPECT_EQ(raw.values, std::vector<double>(6, 1.0));
 }
 
 // Random poses in both systems, about a pivot.
@@ -243,6 +245,7 @@ TEST(StewartPlatformManualLimit, BentValuesArePulledBackTowardsRest)
     const auto within = large.ApplyManualAngleLimit(fine, Pose{}, kBase);
     EXPECT_TRUE(within.values == fine && within.scale == 1.0 && !within.limited && !within.angleLimited && within.withinStroke);
     EXPECT_NEAR(within.maxAngle, Measure(large, {20, 50, -10, 3, -2, 4}).largestAngle, 1e-3);
+    EXPECT_LT(large.ApplyManualAngleLimit(OnLine(large, fine, 0.0), Pose{}, kBase).maxAngle, 1e-3);
     for (bool StewartPlatform::*check : {&StewartPlatform::angleCheckEnabled, &StewartPlatform::limitsEnabled}) {
         StewartPlatform off = strict;
         off.*check = false;

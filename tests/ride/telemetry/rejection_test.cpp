@@ -78,6 +78,8 @@ TEST(Rejection, NonFiniteAndAbsurdValuesAreCountedApart)
     ExpectDropped(decoder, Encoded(TelemetryFormat::BeamNG).F32(72, kInf), DropReason::NonFinite, "inf yaw rate");
     ExpectDropped(decoder, Encoded(TelemetryFormat::Codemasters).F32(0, kNaN), DropReason::NonFinite, "NaN clock");
     ExpectDropped(decoder, Encoded(TelemetryFormat::OutSim).F32(40, kInf), DropReason::NonFinite, "inf velocity");
+    ExpectDropped(decoder, Encoded(TelemetryFormat::F1).U8(27, 0).F32(29 + 12, kNaN), DropReason::NonFinite,
+                  "NaN velocity of the F1 player's car");
     ExpectDropped(decoder, Encoded(TelemetryFormat::Forza).F32(28, 20.5f * 9.80665f), DropReason::Absurd, "20.5 g");
     ExpectDropped(decoder, Encoded(TelemetryFormat::Forza).F32(48, 20.5f), DropReason::Absurd, "20.5 rad/s");
     ExpectDropped(decoder, Encoded(TelemetryFormat::BeamNG).F32(28, 1e30f), DropReason::Absurd, "huge accel");
@@ -85,7 +87,7 @@ TEST(Rejection, NonFiniteAndAbsurdValuesAreCountedApart)
     ExpectDropped(decoder, Encoded(TelemetryFormat::Codemasters).F32(56, 3.0f), DropReason::Absurd,
                   "forward vector of length 3");
     ExpectDropped(decoder, Encoded(TelemetryFormat::F1).U8(27, 22), DropReason::Absurd, "no 23rd car");
-    EXPECT_EQ(decoder.Dropped(DropReason::NonFinite), 4u);
+    EXPECT_EQ(decoder.Dropped(DropReason::NonFinite), 5u);
     EXPECT_EQ(decoder.Dropped(DropReason::Absurd), 6u);
 
     MotionSample s;
